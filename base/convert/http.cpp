@@ -1,0 +1,7 @@
+#include "../Tessarine.hpp"
+
+namespace tess::body {
+
+void define_url_functions() {}
+
+}  // namespace tess::body

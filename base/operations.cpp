@@ -1,0 +1,167 @@
+#include "operations.hpp"
+
+#include "small_vector.hpp"
+
+#include <cstdarg>
+
+namespace tess {
+
+Ref tuple(std::initializer_list<Borrowed> items)
+{
+    Ref result = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(items.size())));
+    Py_ssize_t index = 0;
+    for (Borrowed item : items)
+        PyTuple_SET_ITEM(result.get(), index++, Py_NewRef(item.get()));
+    return result;
+}
+
+Ref tuple(std::span<PyObject* const> items)
+{
+    Ref result = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(items.size())));
+    for (std::size_t index = 0; index < items.size(); ++index)
+        PyTuple_SET_ITEM(result.get(), static_cast<Py_ssize_t>(index), Py_NewRef(items[index]));
+    return result;
+}
+
+Ref list(std::initializer_list<Borrowed> items)
+{
+    Ref result = Ref::steal(PyList_New(static_cast<Py_ssize_t>(items.size())));
+    Py_ssize_t index = 0;
+    for (Borrowed item : items)
+        PyList_SET_ITEM(result.get(), index++, Py_NewRef(item.get()));
+    return result;
+}
+
+Ref dict() { return Ref::steal(PyDict_New()); }
+
+Ref getattr_optional(Borrowed object, Borrowed name)
+{
+    PyObject* value;
+    check(PyObject_GetOptionalAttr(object, name, &value));
+    return Ref::steal_nullable(value);
+}
+
+bool hasattr(Borrowed object, Borrowed name)
+{
+    return check(PyObject_HasAttrWithError(object, name)) != 0;
+}
+
+Ref call(Borrowed callable, std::initializer_list<Borrowed> args)
+{
+    // Borrowed is layout-compatible with PyObject*; one slot in front lets the
+    // callee prepend `self` without copying (PY_VECTORCALL_ARGUMENTS_OFFSET).
+    SmallVector<PyObject*, 8> stack(args.size() + 1);
+    std::size_t index = 1;
+    for (Borrowed arg : args)
+        stack[index++] = arg.get();
+    return Ref::steal(PyObject_Vectorcall(callable, stack.data() + 1, args.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
+                                          nullptr));
+}
+
+Ref call(Borrowed callable, std::span<PyObject* const> args, Borrowed kwnames)
+{
+    Py_ssize_t positional = static_cast<Py_ssize_t>(args.size());
+    if (kwnames)
+        positional -= PyTuple_GET_SIZE(kwnames.get());
+    return Ref::steal(PyObject_Vectorcall(callable, args.data(), static_cast<size_t>(positional), kwnames));
+}
+
+Ref call(Borrowed callable, std::initializer_list<Borrowed> args, std::initializer_list<Keyword> keywords)
+{
+    SmallVector<PyObject*, 8> stack(1 + args.size() + keywords.size());
+    Ref kwnames = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(keywords.size())));
+    std::size_t index = 1;
+    for (Borrowed arg : args)
+        stack[index++] = arg.get();
+    Py_ssize_t position = 0;
+    for (const Keyword& keyword : keywords) {
+        stack[index++] = keyword.value.get();
+        PyTuple_SET_ITEM(kwnames.get(), position++, Py_NewRef(keyword.name.get()));
+    }
+    return Ref::steal(PyObject_Vectorcall(callable, stack.data() + 1, args.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
+                                          kwnames));
+}
+
+Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> args)
+{
+    return call_method(self, name, args, {});
+}
+
+Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> leading,
+                std::span<PyObject* const> rest)
+{
+    SmallVector<PyObject*, 8> stack(1 + leading.size() + rest.size());
+    std::size_t index = 0;
+    stack[index++] = self.get();
+    for (Borrowed arg : leading)
+        stack[index++] = arg.get();
+    for (PyObject* arg : rest)
+        stack[index++] = arg;
+    return Ref::steal(PyObject_VectorcallMethod(name, stack.data(), stack.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
+                                                nullptr));
+}
+
+Ref call_with(Borrowed callable, Borrowed args, Borrowed kwargs)
+{
+    Ref empty;
+    if (!args.get())
+        empty = Ref::steal(PyTuple_New(0));
+    return Ref::steal(PyObject_Call(callable, args.get() ? args.get() : empty.get(), kwargs));
+}
+
+Ref concat(std::initializer_list<Borrowed> parts)
+{
+    bool all_str = true;
+    for (Borrowed part : parts)
+        all_str = all_str && PyUnicode_CheckExact(part.get());
+    if (!all_str) {
+        // `a + b + ...` step by step: the host's own error for a non-str part,
+        // and __radd__ where a part has one.
+        Ref sum;
+        for (Borrowed part : parts)
+            sum = sum ? Ref::steal(PyNumber_Add(sum, part)) : part.ref();
+        return sum;
+    }
+    Ref pieces = tuple(parts);
+    Ref empty = Ref::steal(PyUnicode_FromStringAndSize("", 0));
+    return Ref::steal(PyUnicode_Join(empty, pieces));
+}
+
+Ref iterate_next(Borrowed iterator)
+{
+    PyObject* value = PyIter_Next(iterator);
+    if (!value && PyErr_Occurred())
+        throw_python_error();
+    return Ref::steal_nullable(value);
+}
+
+void raise(PyObject* type, const char* message)
+{
+    PyErr_SetString(type, message);
+    throw_python_error();
+}
+
+void raise_format(PyObject* type, const char* format, ...)
+{
+    va_list vargs;
+    va_start(vargs, format);
+    PyErr_FormatV(type, format, vargs);
+    va_end(vargs);
+    throw_python_error();
+}
+
+void raise_object(Ref exception)
+{
+    // The rules of the `raise` statement: an instance, or a class to call.
+    if (PyExceptionInstance_Check(exception.get()))
+        PyErr_SetRaisedException(exception.release());
+    else if (PyExceptionClass_Check(exception.get()))
+        PyErr_SetNone(exception);
+    else
+        PyErr_SetString(PyExc_TypeError, "exceptions must derive from BaseException");
+    throw_python_error();
+}
+
+bool error_matches(Borrowed type) { return PyErr_ExceptionMatches(type) != 0; }
+
+}  // namespace tess

@@ -1,0 +1,83 @@
+// The everyday Python operations, as C++ calls that throw PythonError
+// instead of returning NULL.
+#pragma once
+
+#include "names.hpp"
+
+#include <initializer_list>
+#include <span>
+#include <string_view>
+
+namespace tess {
+
+// --- making values -------------------------------------------------------
+inline Ref none() noexcept { return Ref::borrow(Py_None); }
+inline Ref boolean(bool value) noexcept { return Ref::borrow(value ? Py_True : Py_False); }
+inline Ref integer(long long value) { return Ref::steal(PyLong_FromLongLong(value)); }
+inline Ref floating(double value) { return Ref::steal(PyFloat_FromDouble(value)); }
+inline Ref text(std::string_view value)
+{
+    return Ref::steal(PyUnicode_FromStringAndSize(value.data(), static_cast<Py_ssize_t>(value.size())));
+}
+Ref tuple(std::initializer_list<Borrowed> items);
+Ref tuple(std::span<PyObject* const> items);
+Ref list(std::initializer_list<Borrowed> items = {});
+Ref dict();
+
+// --- attributes ----------------------------------------------------------
+inline Ref getattr(Borrowed object, Borrowed name) { return Ref::steal(PyObject_GetAttr(object, name)); }
+// Empty Ref when the attribute is missing; other errors throw.
+Ref getattr_optional(Borrowed object, Borrowed name);
+bool hasattr(Borrowed object, Borrowed name);
+inline void setattr(Borrowed object, Borrowed name, Borrowed value) { check(PyObject_SetAttr(object, name, value)); }
+
+// --- calls (all through vectorcall) -------------------------------------
+Ref call(Borrowed callable, std::initializer_list<Borrowed> args = {});
+Ref call(Borrowed callable, std::span<PyObject* const> args, Borrowed kwnames = nullptr);
+// obj.name(*args): no bound method is made when `name` is a plain method.
+Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> args = {});
+// obj.name(*leading, *rest), e.g. forwarding a *args tail unchanged.
+Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> leading,
+                std::span<PyObject* const> rest);
+// callable(*args, name=value, ...).
+struct Keyword {
+    Borrowed name;
+    Borrowed value;
+};
+Ref call(Borrowed callable, std::initializer_list<Borrowed> args, std::initializer_list<Keyword> keywords);
+// callable(*args, **kwargs) with a tuple and a dict (either may be NULL).
+Ref call_with(Borrowed callable, Borrowed args, Borrowed kwargs);
+
+// --- the usual protocol -------------------------------------------------
+inline bool truthy(Borrowed object) { return check(PyObject_IsTrue(object)) != 0; }
+inline bool compare(Borrowed a, Borrowed b, int op) { return check(PyObject_RichCompareBool(a, b, op)) != 0; }
+inline bool equal(Borrowed a, Borrowed b) { return compare(a, b, Py_EQ); }
+inline bool is_instance(Borrowed object, Borrowed cls) { return check(PyObject_IsInstance(object, cls)) != 0; }
+inline Ref str(Borrowed object) { return Ref::steal(PyObject_Str(object)); }
+inline Ref repr(Borrowed object) { return Ref::steal(PyObject_Repr(object)); }
+inline Ref format(Borrowed value, Borrowed spec) { return Ref::steal(PyObject_Format(value, spec)); }
+inline Py_ssize_t length(Borrowed object)
+{
+    Py_ssize_t size = PyObject_Length(object);
+    if (size < 0)
+        throw_python_error();
+    return size;
+}
+inline Ref item(Borrowed object, Borrowed key) { return Ref::steal(PyObject_GetItem(object, key)); }
+inline void set_item(Borrowed object, Borrowed key, Borrowed value) { check(PyObject_SetItem(object, key, value)); }
+inline Ref binary(Borrowed a, Borrowed b, PyObject* (*op)(PyObject*, PyObject*)) { return Ref::steal(op(a, b)); }
+// `parts[0] + parts[1] + ...`: one join when all are str.
+Ref concat(std::initializer_list<Borrowed> parts);
+// `%` formatting of a str by a tuple, as the `%` operator does.
+inline Ref percent(Borrowed format_text, Borrowed args) { return Ref::steal(PyNumber_Remainder(format_text, args)); }
+Ref iterate_next(Borrowed iterator);  // empty Ref at the end
+
+// --- raising -------------------------------------------------------------
+[[noreturn]] void raise(PyObject* type, const char* message);
+[[noreturn]] void raise_format(PyObject* type, const char* format, ...);
+// Raises an instance, e.g. one made from a module class looked up late.
+[[noreturn]] void raise_object(Ref exception);
+// True when the error being raised is an instance of `type` (or a subclass).
+bool error_matches(Borrowed type);
+
+}  // namespace tess

@@ -1,0 +1,7 @@
+#include "../Tessarine.hpp"
+
+namespace tess::body {
+
+void define_stream_table() {}
+
+}  // namespace tess::body

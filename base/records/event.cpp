@@ -1,0 +1,7 @@
+#include "../Tessarine.hpp"
+
+namespace tess::body {
+
+void define_event_record() {}
+
+}  // namespace tess::body
