@@ -152,9 +152,10 @@ void raise_format(PyObject* type, const char* format, ...)
 
 void raise_object(Ref exception)
 {
-    // The rules of the `raise` statement: an instance, or a class to call.
+    // The rules of the `raise` statement: an instance (chained to the
+    // exception being handled, keeping its traceback), or a class to call.
     if (PyExceptionInstance_Check(exception.get()))
-        PyErr_SetRaisedException(exception.release());
+        PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception);
     else if (PyExceptionClass_Check(exception.get()))
         PyErr_SetNone(exception);
     else

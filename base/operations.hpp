@@ -80,4 +80,40 @@ Ref iterate_next(Borrowed iterator);  // empty Ref at the end
 // True when the error being raised is an instance of `type` (or a subclass).
 bool error_matches(Borrowed type);
 
+// While alive, `error` is the exception being handled (sys.exception()), as
+// inside an `except` block; the previous one comes back afterwards.
+class HandledException {
+public:
+    explicit HandledException(PyObject* error) : previous_(Ref::steal_nullable(PyErr_GetHandledException()))
+    {
+        PyErr_SetHandledException(error);
+    }
+    ~HandledException() { PyErr_SetHandledException(previous_.get() ? previous_.get() : Py_None); }
+    HandledException(const HandledException&) = delete;
+    HandledException& operator=(const HandledException&) = delete;
+
+private:
+    Ref previous_;
+};
+
+// try: body()  except <type> as error: handler(error)
+// `type` may be a class or a tuple of classes; anything else passes through.
+template <typename Body, typename Handler>
+void try_except(PyObject* type, Body&& body, Handler&& handler)
+{
+    Ref error;
+    try {
+        body();
+        return;
+    } catch (const PythonError&) {
+        error = Ref::steal_nullable(PyErr_GetRaisedException());
+        if (!PyErr_GivenExceptionMatches(error, type)) {
+            PyErr_SetRaisedException(error.release());
+            throw;
+        }
+    }
+    HandledException handled(error);
+    handler(error.get());
+}
+
 }  // namespace tess
