@@ -1,0 +1,19 @@
+import os
+import subprocess
+import sys
+
+import pytest
+
+import vantrel.base.Tessarine as Tessarine
+
+
+@pytest.fixture
+def T():
+    return Tessarine
+
+
+def run_python(code, **env):
+    """Runs code in a fresh interpreter that finds the same module; returns the process."""
+    environment = dict(os.environ, **env)
+    environment["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
+    return subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, env=environment, timeout=120)

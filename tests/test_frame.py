@@ -1,0 +1,129 @@
+"""How every operation of the module takes its arguments, binds, fails and resolves names."""
+import builtins
+import datetime
+import sys
+import tracemalloc
+import traceback
+import types
+
+import pytest
+
+import vantrel.base.Tessarine as T
+
+
+@pytest.mark.parametrize(
+    "call, text",
+    [
+        (lambda: T.Logger.info(), "info() takes at least 2 positional arguments (0 given)"),
+        (lambda: T.ErrorHandler.getErrorMsg(), "getErrorMsg() takes exactly 1 positional argument (0 given)"),
+        (lambda: T.ErrorHandler.getErrorMsg(1, 2), "getErrorMsg() takes exactly 1 positional argument (2 given)"),
+        (lambda: T.Logger(0, logLevel=1), "__init__() got multiple values for keyword argument 'logLevel'"),
+        (lambda: T.Logger(0, level=1), "__init__() got an unexpected keyword argument 'level'"),
+        (lambda: T.Logger(), "__init__() takes at least 2 positional arguments (1 given)"),
+        (lambda: T.Logger(1, "p", 3), "__init__() takes at most 3 positional arguments (4 given)"),
+        # a missing required argument among keywords: the count of leading ones present
+        (lambda: T.Logger.log(level=1, head="h", msg="m"), "log() takes at least 4 positional arguments (0 given)"),
+        (lambda: T.ErrorHandler.handleError(T.ErrorHandler(), mode=2),
+         "handleError() takes at least 2 positional arguments (1 given)"),
+        (lambda: T.Logger(0).setPrefix(), "setPrefix() takes exactly 2 positional arguments (1 given)"),
+        (lambda: T.DriverException("x", 3), "__init__() takes exactly 2 positional arguments (3 given)"),
+    ],
+)
+def test_refused_calls(call, text):
+    with pytest.raises(TypeError) as caught:
+        call()
+    assert str(caught.value) == text
+
+
+def test_keywords_and_defaults_bind_like_python():
+    logger = T.Logger(prefix="p", logLevel=3)
+    assert (logger._logLevel, logger._prefix) == (3, "p")
+    handler = T.ErrorHandler(logger=logger, mode="lastError")
+    assert handler.mode == "lastError" and handler._logger is logger
+
+
+def test_functions_look_like_python_functions():
+    info = T.Logger.info
+    assert (info.__name__, info.__qualname__, info.__module__) == ("info", "Logger.info", "vantrel.base.Tessarine")
+    logger = T.Logger(0)
+    bound = logger.info
+    assert bound.__self__ is logger and bound.__func__ is info
+    assert T.ErrorHandler.mode.__doc__ == "Get mode"
+    assert T.ErrorHandler.getErrorMsg(5) == T.ErrorHandler().getErrorMsg(5)
+
+
+def test_classes_are_ordinary_classes():
+    class Mine(T.Logger):
+        extra = 1
+
+    mine = Mine(3)
+    mine.anything = "kept"
+    assert mine.__dict__["anything"] == "kept" and isinstance(mine, T.Logger)
+    assert (T.Logger.__module__, T.Logger.__qualname__, T.Logger.__doc__) == (
+        "vantrel.base.Tessarine", "Logger", "Orvane Logger class.")
+    T.Logger.classAttribute = 5
+    try:
+        assert T.Logger(0).classAttribute == 5
+    finally:
+        del T.Logger.classAttribute
+
+
+def test_module_names_are_resolved_at_each_call(monkeypatch, capsys):
+    fixed = datetime.datetime(2020, 1, 2, 14, 7, 33, 456789)
+    clock = types.SimpleNamespace(datetime=types.SimpleNamespace(now=lambda: fixed))
+    monkeypatch.setattr(T, "datetime", clock)
+    T.Logger(3).info("connected")
+    assert capsys.readouterr().out == "[14:07:33.4] INFO: connected\n"
+
+    # a module class replaced from outside is what the next call uses
+    monkeypatch.setattr(T, "ErrorHandler", types.SimpleNamespace(getErrorMsg=lambda code: f"code {code}"))
+    assert str(T.IOLinkException(5, None)) == "code 5"
+
+
+def test_builtins_are_fixed_at_start(monkeypatch, capsys):
+    monkeypatch.setattr(builtins, "print", lambda *a: None)
+    T.Logger(3).info("still printed")
+    assert capsys.readouterr().out.endswith("INFO: still printed\n")
+
+
+def test_traceback_names_each_operation():
+    with pytest.raises(ValueError) as caught:
+        T.Logger(1).error("100%")
+    names = [frame.name for frame in traceback.extract_tb(caught.value.__traceback__)]
+    assert names[-2:] == ["vantrel.base.Tessarine.Logger.error", "vantrel.base.Tessarine.Logger.log"]
+
+
+def test_filtered_logging_reaches_a_replaced_log():
+    received = []
+
+    class Recording(T.Logger):
+        def log(self, level, head, msg, *args):
+            received.append((level, head, msg, args))
+
+    Recording(-1).rw("x %s", 1)
+    Recording(-1).debugExecute("call(%s)", "a")
+    assert received == [(4, "R/W: ", "x %s", (1,)), (9, "DEBUG: calling ", "call(%s)", ("a",))]
+
+
+def test_repeated_calls_do_not_grow_memory():
+    logger = T.Logger(0)
+    handler = T.ErrorHandler(mode="lastError", logger=T.Logger(-1))
+    handler.maxStackLength = 5
+
+    def work():
+        for _ in range(2000):
+            logger.rw("filtered %s", 1)
+            logger.log(5, "h", "m %d", 2)
+            handler.handleError(T.OrvaneException("m", 3), errInfo="i")
+            try:
+                T.Logger.info()
+            except TypeError:
+                pass
+
+    work()
+    tracemalloc.start()
+    before = tracemalloc.get_traced_memory()[0]
+    work()
+    grown = tracemalloc.get_traced_memory()[0] - before
+    tracemalloc.stop()
+    assert grown < 64 * 1024
