@@ -1,6 +1,8 @@
 """How every operation of the module takes its arguments, binds, fails and resolves names."""
 import builtins
+import copy
 import datetime
+import pickle
 import sys
 import tracemalloc
 import traceback
@@ -50,6 +52,7 @@ def test_functions_look_like_python_functions():
     assert bound.__self__ is logger and bound.__func__ is info
     assert T.ErrorHandler.mode.__doc__ == "Get mode"
     assert T.ErrorHandler.getErrorMsg(5) == T.ErrorHandler().getErrorMsg(5)
+    assert pickle.loads(pickle.dumps(info)) is info and copy.deepcopy(info) is info
 
 
 def test_classes_are_ordinary_classes():
