@@ -1,0 +1,45 @@
+// What the files of the registry share: the names of the manager's stores and
+// of what it calls on drivers, the owner's debug line, and its one exception.
+#pragma once
+
+#include "../Tessarine.hpp"
+
+namespace tess::body::registry {
+
+extern Name n_drivers, n_addresses, n_masters, n_openAddresses, n_openMasters, n_ports, n_ioddmasters,
+    n_openDevs;
+extern Name n_get, n_pop, n_values, n_append, n_remove, n_driverName, n_getBaseDriverType, n_connected,
+    n_disconnect;
+
+// `item in container`
+inline bool contains(Borrowed container, Borrowed item) { return check(PySequence_Contains(container, item)) != 0; }
+// `mapping.get(key)`
+Ref get(Borrowed mapping, Borrowed key);
+// `list(mapping.values())`
+Ref values_list(Borrowed mapping);
+// The values of every inner mapping of `outer`, in order, in one new list.
+Ref inner_values(Borrowed outer);
+
+// CommonDriverManager.iodd._logger.debug, or an empty Ref while the class has
+// no owner: debug lines are written only for an owner, and their values are
+// worked out only then.
+Ref owner_debug();
+
+// DriverException(format % values)
+[[noreturn]] void raise_driver_error(const char* format, std::initializer_list<Borrowed> values);
+
+// A method of the manager: `self` followed by `params`.  The definition must
+// outlive the function made from it, so keep it in a static table.
+inline FunctionDef method(const char* name, Implementation implementation, std::initializer_list<Param> params = {},
+                          std::source_location where = std::source_location::current())
+{
+    FunctionDef def{.name = name, .params = {{"self"}}, .implementation = implementation, .where = where};
+    def.params.insert(def.params.end(), params);
+    return def;
+}
+
+void add_port_methods(ClassBuilder& manager);
+void add_rename_methods(ClassBuilder& manager);
+void add_removal_methods(ClassBuilder& manager);
+
+}  // namespace tess::body::registry
