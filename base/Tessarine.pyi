@@ -16,6 +16,118 @@ _http: urllib3.PoolManager
 # --- process data and timing ---
 
 # --- statistics ---
+class Stat:
+    count: int
+    min: Any
+    max: Any
+    _sum: Any
+    scale: Any
+    format: str
+    hist: deque[Any] | None
+    def __init__(self, scale: Any = 1, strformat: str = '%s', histSize: int = 10) -> None: ...
+    def add(self, value: Any) -> None: ...
+    def getStat(self) -> dict[str, Any] | None: ...
+    def clear(self) -> None: ...
+    @property
+    def mean(self) -> Any: ...
+
+class StatMs(Stat):
+    def __init__(self, histSize: int = 10) -> None: ...
+
+class StatSec(Stat):
+    def __init__(self, histSize: int = 10) -> None: ...
+
+class StatMerge(Stat):
+    _inited: bool
+    def __init__(self, stats: Iterable[Any]) -> None: ...
+    def _addStat(self, stat: Any) -> None: ...
+
+class BaseStatistics:
+    _statNames: list[str]
+    def __init__(self) -> None: ...
+    def getStatistic(self, name: str) -> Any: ...
+
+class Statistics(BaseStatistics):
+    active: bool
+    discoveryAllDuration: dict[tuple[str, str], StatMs]
+    discoveryAddrDuration: dict[tuple[str, str], StatMs]
+    discoveryAllRepeats: dict[tuple[str, str], Stat]
+    discoveryAddrRepeats: dict[tuple[str, str], Stat]
+    masterConnectDuration: dict[tuple[str, str], StatSec]
+    receiveRepeats: dict[tuple[str, str], dict[Any, Stat]]
+    sendRepeats: dict[tuple[str, str], dict[Any, Stat]]
+    receiveDuration: dict[tuple[str, str], dict[Any, StatMs]]
+    sendReceiveDuration: dict[tuple[str, str], dict[Any, StatMs]]
+    drvConnectDuration: dict[tuple[str, str], dict[Any, StatSec]]
+    devConnectDuration: dict[tuple[Any, Any], StatSec]
+    _cache: dict[tuple[Any, ...], MasterStatistics | DevStatistics]
+    _addrPorts: dict[Any, list[Any]]
+    _driverStats: list[dict[Any, Any]]
+    _addrStats: list[dict[Any, Any]]
+    _driverNames: list[str]
+    def __init__(self, drivers: Iterable[Any]) -> None: ...
+    def checkMaster(self, sel: tuple[Any, Any]) -> None: ...
+    def checkDev(self, drvName: str, addr: Any, port: Any) -> None: ...
+    def clear(self, addr: Any = None, values: Any = None, driver: Any = None) -> None: ...
+    @staticmethod
+    def _clearStat(astat: Any) -> None: ...
+    def getStat(self, getPorts: Any = False) -> dict[str, Any]: ...
+    @staticmethod
+    def getMasterSel(drv: Any, addr: Any = None) -> tuple[str, Any]: ...
+    @staticmethod
+    def getDeviceSel(drv: Any, port: Any = None, address: Any = None) -> tuple[str, Any, Any]: ...
+    @staticmethod
+    def stat(stat: Any) -> dict[str, Any] | None: ...
+    @staticmethod
+    def mergestat(stats: dict[Any, Any] | None) -> dict[str, Any] | None: ...
+    def getMasterStatistics(self, drv: Any, addr: Any = None) -> MasterStatistics: ...
+    def getDevStatistics(self, drv: Any, port: Any = None, address: Any = None) -> DevStatistics: ...
+
+class MasterStatistics(BaseStatistics):
+    _drvName: str
+    _addr: Any
+    discoveryAllDuration: StatMs
+    discoveryAddrDuration: StatMs
+    discoveryAllRepeats: Stat
+    discoveryAddrRepeats: Stat
+    masterConnectDuration: StatSec
+    drvConnectDuration: dict[Any, StatSec]
+    receiveRepeats: dict[Any, Stat]
+    sendRepeats: dict[Any, Stat]
+    receiveDuration: dict[Any, StatMs]
+    sendReceiveDuration: dict[Any, StatMs]
+    _ports: list[Any]
+    _addrStats: list[Stat]
+    _portStats: list[dict[Any, Stat]]
+    def __init__(self, stat: Statistics, drv: Any, addr: Any = None) -> None: ...
+    def clear(self, ports: Any = None, values: Any = None) -> None: ...
+    def getPortStat(self, port: Any) -> dict[str, Any]: ...
+    def getStat(self, port: Any = None) -> dict[str, Any]: ...
+
+class DevStatistics(BaseStatistics):
+    _drvName: str
+    _addr: Any
+    _port: Any
+    receiveRepeats: Stat
+    sendRepeats: Stat
+    receiveDuration: StatMs
+    sendReceiveDuration: StatMs
+    drvConnectDuration: StatSec
+    devConnectDuration: StatSec
+    _stats: list[Stat]
+    def __init__(self, stat: Statistics, drv: Any, port: Any = None, address: Any = None) -> None: ...
+    def clear(self, values: Any = None) -> None: ...
+    def getStat(self) -> dict[str, Any]: ...
+
+class ConnStatistics(BaseStatistics):
+    repeats: Stat
+    duration: StatSec
+    errors: int
+    _stats: list[Stat]
+    def __init__(self) -> None: ...
+    def clear(self) -> None: ...
+    def getStat(self) -> dict[str, Any]: ...
+
 
 # --- registry ---
 class DriverOptions(dict[str, dict[str, Any]]):
