@@ -47,6 +47,12 @@ struct Keyword {
 Ref call(Borrowed callable, std::initializer_list<Borrowed> args, std::initializer_list<Keyword> keywords);
 // callable(*args, **kwargs) with a tuple and a dict (either may be NULL).
 Ref call_with(Borrowed callable, Borrowed args, Borrowed kwargs);
+// super(cls, self).name: what the next class after `cls` in self's MRO gives,
+// as `super().name` inside a method of `cls`.
+inline Ref super_getattr(Borrowed cls, Borrowed self, Borrowed name)
+{
+    return getattr(call(b_super, {cls, self}), name);
+}
 
 // --- the usual protocol -------------------------------------------------
 inline bool truthy(Borrowed object) { return check(PyObject_IsTrue(object)) != 0; }
