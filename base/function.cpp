@@ -46,7 +46,13 @@ const char* project_path(const char* file)
 struct FunctionObject {
     PyObject_HEAD
     vectorcallfunc vectorcall;
-    const FunctionDef* def;
+    // Copied from the FunctionDef, which need not outlive the function.
+    Implementation implementation;
+    unsigned star;
+    std::size_t count;
+    const char* bare_name;  // UTF-8 of `name`, for the TypeError texts
+    const char* file;
+    int line;
     PyObject* name;
     PyObject* qualname;
     PyObject* module;
@@ -56,13 +62,13 @@ struct FunctionObject {
     std::string* dotted_name;
     PyCodeObject* code;  // made at the first traceback entry
 
-    std::size_t param_count() const noexcept { return def->params.size(); }
+    std::size_t param_count() const noexcept { return count; }
 
     // "f() takes exactly 2 positional arguments (1 given)", with the word and
     // number chosen by what kind of signature f has and which way it failed.
     [[noreturn]] void refuse_count(Py_ssize_t given) const
     {
-        const bool fixed = required == param_count() && !(def->star & star_args);
+        const bool fixed = required == param_count() && !(star & star_args);
         const char* word;
         std::size_t expected;
         if (fixed) {
@@ -75,7 +81,7 @@ struct FunctionObject {
             word = "at most";
             expected = param_count();
         }
-        raise_format(PyExc_TypeError, "%.200s() takes %.8s %zd positional argument%.1s (%zd given)", def->name, word,
+        raise_format(PyExc_TypeError, "%.200s() takes %.8s %zd positional argument%.1s (%zd given)", bare_name, word,
                      static_cast<Py_ssize_t>(expected), expected == 1 ? "" : "s", given);
     }
 
@@ -110,7 +116,7 @@ PyObject* const* param_names(const FunctionObject* function)
 void FunctionObject::bind(Args& args, PyObject* const* stack, Py_ssize_t positional, PyObject* kwnames) const
 {
     const std::size_t count = param_count();
-    const bool takes_rest = def->star & star_args;
+    const bool takes_rest = star & star_args;
     if (static_cast<std::size_t>(positional) > count && !takes_rest)
         refuse_count(positional);
 
@@ -119,7 +125,7 @@ void FunctionObject::bind(Args& args, PyObject* const* stack, Py_ssize_t positio
         args.values_[i] = stack[i];
     if (takes_rest && static_cast<std::size_t>(positional) > count)
         args.rest_ = {stack + count, stack + positional};
-    if (def->star & star_kwargs)
+    if (star & star_kwargs)
         args.kwargs_ = dict();
 
     const Py_ssize_t keywords = kwnames ? PyTuple_GET_SIZE(kwnames) : 0;
@@ -152,14 +158,14 @@ void FunctionObject::bind(Args& args, PyObject* const* stack, Py_ssize_t positio
     for (Py_ssize_t k = 0; k < keywords; ++k) {
         PyObject* key = PyTuple_GET_ITEM(kwnames, k);
         if (!PyUnicode_Check(key))
-            raise_format(PyExc_TypeError, "%.200s() keywords must be strings", def->name);
+            raise_format(PyExc_TypeError, "%.200s() keywords must be strings", bare_name);
         const Py_ssize_t index = find_param(key, names);
         if (index >= positional)
             continue;
         if (index >= 0)
-            raise_format(PyExc_TypeError, "%s() got multiple values for keyword argument '%U'", def->name, key);
+            raise_format(PyExc_TypeError, "%s() got multiple values for keyword argument '%U'", bare_name, key);
         if (!args.kwargs_)
-            raise_format(PyExc_TypeError, "%s() got an unexpected keyword argument '%U'", def->name, key);
+            raise_format(PyExc_TypeError, "%s() got an unexpected keyword argument '%U'", bare_name, key);
         check(PyDict_SetItem(args.kwargs_, key, keyword_values[k]));
     }
 }
@@ -170,13 +176,12 @@ PyObject* FunctionObject::call(PyObject* self, PyObject* const* stack, size_t na
     try {
         Args args(self, function->param_count());
         function->bind(args, stack, PyVectorcall_NARGS(nargsf), kwnames);
-        return function->def->implementation(args).release();
+        return function->implementation(args).release();
     } catch (const PythonError&) {
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
     }
-    add_traceback_entry(&function->code, function->dotted_name->c_str(), project_path(function->def->where.file_name()),
-                        static_cast<int>(function->def->where.line()));
+    add_traceback_entry(&function->code, function->dotted_name->c_str(), function->file, function->line);
     return nullptr;
 }
 
@@ -273,7 +278,11 @@ Ref make_function(const FunctionDef& def, std::string_view qualname_prefix)
     Ref object = Ref::steal(PyType_GenericAlloc(function_type, 0));
     auto* function = reinterpret_cast<FunctionObject*>(object.get());
     function->vectorcall = FunctionObject::call;
-    function->def = &def;
+    function->implementation = def.implementation;
+    function->star = def.star;
+    function->count = def.params.size();
+    function->file = project_path(def.where.file_name());
+    function->line = static_cast<int>(def.where.line());
     function->dotted_name = new std::string(std::string(kModuleName) + "." + qualname);
 
     // Defaults first, then the interned parameter names, in one array.
@@ -288,6 +297,9 @@ Ref make_function(const FunctionDef& def, std::string_view qualname_prefix)
         function->defaults[count + i] = interned(param.name).release();
     }
     function->name = interned(def.name).release();
+    function->bare_name = PyUnicode_AsUTF8(function->name);
+    if (!function->bare_name)
+        throw_python_error();
     function->qualname = text(qualname).release();
     function->module = interned(kModuleName).release();
     function->doc = def.doc ? text(def.doc).release() : Py_NewRef(Py_None);

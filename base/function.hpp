@@ -51,8 +51,9 @@ enum Star : unsigned { no_star = 0, star_args = 1, star_kwargs = 2 };
 class Args;
 using Implementation = Ref (*)(const Args&);
 
-// What the module body needs to make one function object.  Required
-// parameters come first; `self` of a method is an ordinary parameter.
+// What the module body needs to make one function object (which copies what
+// it keeps).  Required parameters come first; `self` of a method is an
+// ordinary parameter.
 struct FunctionDef {
     const char* name;
     std::vector<Param> params;
