@@ -1,7 +1,217 @@
-#include "../Tessarine.hpp"
+// IoddDev: the record of one device seen on one master port.  Everything it
+// shows is a constructor argument, a field of the decoded direct parameter
+// page 1, or one question to its master.
+#include "records.hpp"
 
 namespace tess::body {
+namespace {
 
-void define_device_record() {}
+Name n_recordFieldNaming("_recordFieldNaming"), n_master_attr("_master"), n_address_attr("_address"),
+    n_port_attr("_port"), n_masterName_attr("_masterName"), n_masterProdCode("_masterProdCode"),
+    n_devIdent("_devIdent"), n_page1_attr("_page1"), n_baseDrv("baseDrv"), n_portNumbering("portNumbering"),
+    n_driverName("driverName"), n_portId("portId"), n_getPage("_getPage"), n_iodd("iodd"), n_logger("_logger"),
+    n_deprecated("deprecated"), n_vendorId("vendorId"), n_deviceId("deviceId"), n_driver("driver"),
+    n_master("master"), n_name("name"), n_productCode("productCode"), n_port("port"),
+    n_deviceIdentifier("deviceIdentifier"), n_masterName("masterName"), n_masterProductCode("masterProductCode"),
+    n_undefined("undefined"), n_IoddDevice("IoddDevice"), k_vendor_id("Vendor ID"), k_device_id("Device ID"),
+    k_io_link_version_id("IO-Link Version ID"), k_frame_capability("Frame Capability"),
+    k_isdu_support("IsduSupport"), m_name("name: use \"masterName\" instead."),
+    m_productCode("productCode: use \"masterProductCode\" instead.");
+Global g_IoddDev("IoddDev"), g_CommonDriverManager("CommonDriverManager"), g_isMatlabNaming("isMatlabNaming"),
+    g_dictMatlabReplace("_dictMatlabReplace"), g_convertMatlabFieldName("_convertMatlabFieldName"),
+    g_undefIfNone("undefIfNone");
+
+Ref init(const Args& args)
+{
+    PyObject* self = args[0];
+    Ref matlab = call(g_isMatlabNaming.get(), {args[8]});
+    setattr(self, n_recordFieldNaming, matlab);
+    Ref page1 = Ref::borrow(args[7]);
+    if (truthy(page1) && truthy(matlab))
+        page1 = call(g_dictMatlabReplace.get(), {page1});
+    const Name* const stored[] = {&n_master_attr,     &n_address_attr, &n_port_attr, &n_masterName_attr,
+                                  &n_masterProdCode, &n_devIdent};
+    for (std::size_t i = 0; i < std::size(stored); ++i)
+        setattr(self, *stored[i], args[i + 1]);
+    setattr(self, n_page1_attr, page1);
+    return none();
+}
+
+// The name as given wins over its Matlab form, so a page stored in original
+// naming still reads on a record in Matlab naming.
+Ref get_page(const Args& args)
+{
+    PyObject* self = args[0];
+    Ref page = getattr(self, n_page1_attr);
+    if (!truthy(page))
+        return none();
+    Ref field = Ref::borrow(args[1]);
+    if (!check(PySequence_Contains(page, field)) && truthy(getattr(self, n_recordFieldNaming)))
+        field = call(g_convertMatlabFieldName.get(), {field});
+    return item(page, field);
+}
+
+Ref set_page1(const Args& args)
+{
+    setattr(args[0], n_page1_attr, args[1]);
+    return none();
+}
+
+template <const Name& Attribute>
+Ref stored(const Args& args)
+{
+    return getattr(args[0], Attribute);
+}
+
+template <const Name& Field>
+Ref page_field(const Args& args)
+{
+    return call_method(args[0], n_getPage, {Field});
+}
+
+template <const Name& Attribute>
+Ref undefined_if_none(const Args& args)
+{
+    return call(g_undefIfNone.get(), {getattr(args[0], Attribute)});
+}
+
+// Old names log at every read, then answer as their successors do.
+template <const Name& Message, const Name& Successor>
+Ref deprecated_name(const Args& args)
+{
+    Ref owner = getattr(g_CommonDriverManager.get(), n_iodd);
+    call_method(getattr(owner, n_logger), n_deprecated, {Message});
+    return getattr(args[0], Successor);
+}
+
+Ref port_id(const Args& args)
+{
+    PyObject* self = args[0];
+    Ref port = getattr(self, n_port_attr);
+    Ref master = getattr(self, n_master_attr);
+    if (!truthy(master) || !truthy(getattr(getattr(master, n_baseDrv), n_portNumbering)))
+        return port;
+    return Ref::steal(PyNumber_Add(port, integer(1)));
+}
+
+Ref port(const Args& args)
+{
+    Ref address = getattr(args[0], n_address_attr);
+    return tuple({address, getattr(args[0], n_portId)});
+}
+
+Ref driver(const Args& args)
+{
+    Ref master = getattr(args[0], n_master_attr);
+    return truthy(master) ? call_method(master, n_driverName) : Ref::borrow(n_undefined);
+}
+
+Ref isdu_supported(const Args& args)
+{
+    Ref capability = call_method(args[0], n_getPage, {k_frame_capability});
+    return truthy(capability) ? item(capability, k_isdu_support) : none();
+}
+
+Ref device_identifier(const Args& args)
+{
+    Ref identifiers = getattr(args[0], n_devIdent);
+    return truthy(identifiers) ? identifiers : none();
+}
+
+Ref get_type(const Args&) { return g_IoddDev.get(); }
+
+Ref equal(const Args& args) { return fields_equal(args[0], args[1], {n_vendorId, n_deviceId, n_port}); }
+
+Ref representation(const Args& args)
+{
+    PyObject* self = args[0];
+    Ref report = dict();
+    report_attributes(report, self, {n_vendorId, n_deviceId, n_driver});
+    Ref master = dict();
+    set_item(master, n_name, getattr(self, n_masterName));
+    set_item(master, n_productCode, getattr(self, n_masterProductCode));
+    set_item(report, n_master, master);
+    report_attributes(report, self, {n_port, n_deviceIdentifier});
+    return json_report(n_IoddDevice, report);
+}
+
+const FunctionDef init_def{
+    .name = "__init__",
+    .params = {{"self"}, {"master"}, {"address"}, {"port"}, {"masterName"}, {"masterProdCode"},
+               {"devIdent", kNone}, {"page1", kNone}, {"recordFieldNaming", "original"}},
+    .implementation = init,
+    .doc = "Constructor.\n\n"
+           "master: master object\n"
+           "address: master address\n"
+           "port: port number, before the master's port numbering is applied\n"
+           "masterName: master name\n"
+           "masterProdCode: master product code\n"
+           "devIdent: device identifiers (dict)\n"
+           "page1: decoded direct parameter page 1 (dict)\n"
+           "recordFieldNaming: 'original' or 'matlab'",
+};
+const FunctionDef properties[] = {
+    {.name = "address", .params = {{"self"}}, .implementation = stored<n_address_attr>, .doc = "Master address."},
+    {.name = "portId", .params = {{"self"}}, .implementation = port_id, .doc = "Port ID."},
+    {.name = "port", .params = {{"self"}}, .implementation = port, .doc = "Port (tuple of address and port ID)."},
+    {.name = "driver", .params = {{"self"}}, .implementation = driver, .doc = "Driver name"},
+    {.name = "name",
+     .params = {{"self"}},
+     .implementation = deprecated_name<m_name, n_masterName>,
+     .doc = "Deprecated: use masterName."},
+    {.name = "masterName",
+     .params = {{"self"}},
+     .implementation = undefined_if_none<n_masterName_attr>,
+     .doc = "Master name"},
+    {.name = "vendorId", .params = {{"self"}}, .implementation = page_field<k_vendor_id>, .doc = "Vendor ID"},
+    {.name = "deviceId", .params = {{"self"}}, .implementation = page_field<k_device_id>, .doc = "Device ID"},
+    {.name = "ioLinkRevision",
+     .params = {{"self"}},
+     .implementation = page_field<k_io_link_version_id>,
+     .doc = "IO-Link revision"},
+    {.name = "isduSupported", .params = {{"self"}}, .implementation = isdu_supported, .doc = "ISDU support?"},
+    {.name = "page1",
+     .params = {{"self"}},
+     .implementation = stored<n_page1_attr>,
+     .doc = "Page 1 (direct parameter page 0)"},
+    {.name = "productCode",
+     .params = {{"self"}},
+     .implementation = deprecated_name<m_productCode, n_masterProductCode>,
+     .doc = "Deprecated: use masterProductCode."},
+    {.name = "masterProductCode",
+     .params = {{"self"}},
+     .implementation = undefined_if_none<n_masterProdCode>,
+     .doc = "Master product code."},
+    {.name = "deviceIdentifier",
+     .params = {{"self"}},
+     .implementation = device_identifier,
+     .doc = "Device identifiers (dict)."},
+};
+const FunctionDef methods[] = {
+    {.name = "_getPage", .params = {{"self"}, {"fld"}}, .implementation = get_page,
+     .doc = "Field fld of page 1, or None without page 1."},
+    {.name = "_setPage1", .params = {{"self"}, {"page1"}}, .implementation = set_page1,
+     .doc = "Replaces page 1, as it is."},
+    {.name = "__eq__", .params = {{"self"}, {"obj"}}, .implementation = equal,
+     .doc = "Same vendor ID, device ID and port?"},
+    {.name = "__repr__", .params = {{"self"}}, .implementation = representation,
+     .doc = "Returns the object data in JSON-format."},
+};
+const FunctionDef get_type_def{.name = "_getType", .params = {}, .implementation = get_type};
+
+}  // namespace
+
+void define_device_record()
+{
+    ClassBuilder device("IoddDev", {b_object},
+                        "IODD device returned by Orvane.getDevices, Orvane.getConnectedDevice and "
+                        "IoddMaster.getDevices.\n\nOrvane.connect connects to that device.");
+    device.method(init_def);
+    for (const FunctionDef& def : properties)
+        device.property(def);
+    for (const FunctionDef& def : methods)
+        device.method(def);
+    device.static_method(get_type_def).build();
+}
 
 }  // namespace tess::body
