@@ -1,4 +1,5 @@
-import types
+import re
+from types import SimpleNamespace as NS
 
 import pytest
 
@@ -18,7 +19,7 @@ class Sim:
         return cls.__name__
 
     def close(self):
-        self.calls.append(("close", self.driverName()))
+        self.calls.append("close")
 
 
 class Net(Sim):
@@ -26,9 +27,9 @@ class Net(Sim):
 
 
 class Master:
-    def __init__(self, calls, drvType, address, connected=False, info=None, masterInfo=None):
-        self.calls, self.drvType, self.address, self.is_connected = calls, drvType, address, connected
-        self.info, self._masterInfo = info or {}, masterInfo
+    def __init__(self, calls, address, connected=False, info=None, masterInfo=None, drvType=Sim):
+        self.calls, self.address, self.is_connected, self.drvType = calls, address, connected, drvType
+        self.info, self._masterInfo = info, masterInfo
 
     def getBaseDriverType(self):
         return self.drvType
@@ -60,11 +61,6 @@ class Port:
         self.calls.append(("disconnect", self.name) + args)
 
 
-class Device:
-    def __init__(self, address, port):
-        self._port, self._device = (address, port), types.SimpleNamespace(_address=address)
-
-
 class Logger:
     def __init__(self):
         self.lines = []
@@ -81,41 +77,35 @@ def calls():
 @pytest.fixture
 def owner(monkeypatch):
     logger = Logger()
-    monkeypatch.setattr(T.CommonDriverManager, "iodd", types.SimpleNamespace(_logger=logger))
+    monkeypatch.setattr(T.CommonDriverManager, "iodd", NS(_logger=logger))
     return logger.lines
 
 
 @pytest.fixture
 def connection(calls):
-    """Base driver Sim with master "a" (ports 1 in use and 2 with devices) and master "b", both active."""
+    """Active driver Sim; masters "a" (port 1 in use, port 2 free, a device on each) and "b", both connected."""
     m = T.CommonDriverManager()
     m.addBaseDriver(Sim(calls, active=True))
-    devices = {1: Device("a", 1), 2: Device("a", 2)}
-    masters = {}
     for address in "ab":
-        masters[address] = Master(calls, Sim, address, connected=True, masterInfo={"Product Name": "AL"})
-        m.addMasterDriver(address, masters[address])
-        m.addActiveMasterDriver(address, masters[address])
-        m.addIoddMaster(types.SimpleNamespace(_master=masters[address], address=address))
-    for port, device in devices.items():
+        master = Master(calls, address, connected=True, masterInfo={"Product Name": "AL"})
+        m.addMasterDriver(address, master)
+        m.addActiveMasterDriver(address, master)
+        m.addIoddMaster(NS(_master=master, address=address))
+    for port in (1, 2):
+        device = NS(_port=("a", port), _device=NS(_address="a"))
         m.addPort("a", port, Port(calls, port, in_use=port == 1, device=device))
         m.addConnectedDev(("a", port), device)
-    return types.SimpleNamespace(manager=m, masters=masters, devices=devices)
+    return m
 
 
 def driver_error(text):
-    return pytest.raises(T.DriverException, match="^" + __import__("re").escape(text) + "$")
-
-
-def test_stores_and_owner():
-    assert list(vars(T.CommonDriverManager())) == STORES
-    assert T.CommonDriverManager.iodd is None
+    return pytest.raises(T.DriverException, match="^" + re.escape(text) + "$")
 
 
 def test_base_drivers(calls, owner):
     m = T.CommonDriverManager()
-    view = m.getBaseDrivers()
-    first = Sim(calls)
+    assert list(vars(m)) == STORES
+    view, first = m.getBaseDrivers(), Sim(calls)
     m.addBaseDriver(first)
     with driver_error("Driver already registered: Sim."):
         m.addBaseDriver(Sim(calls))
@@ -130,7 +120,7 @@ def test_base_drivers(calls, owner):
 def test_iodd_masters(calls):
     m = T.CommonDriverManager()
     m.addBaseDriver(Sim(calls))
-    iodd = types.SimpleNamespace(_master=Master(calls, Sim, "a"), address="a")
+    iodd = NS(_master=Master(calls, "a"), address="a")
     assert m.getIoddMaster(Sim, "a") is None and m.getIoddMaster(Net, "a") is None
     m.addIoddMaster(iodd)
     with driver_error("Master already registered for a."):
@@ -140,26 +130,25 @@ def test_iodd_masters(calls):
     with driver_error("No master registered for a."):
         m.removeIoddMaster(iodd)
     with pytest.raises(KeyError):
-        m.addIoddMaster(types.SimpleNamespace(_master=Master(calls, Net, "b"), address="b"))
+        m.addIoddMaster(NS(_master=Master(calls, "b", drvType=Net), address="b"))
 
 
 def test_master_addresses(calls):
     m = T.CommonDriverManager()
     m.addBaseDriver(Sim(calls))
-    first = Master(calls, Sim, "a")
+    first = Master(calls, "a")
     m.addMasterDriver("a", first)
     with driver_error("Master already registered for a."):
-        m.addMasterDriver("a", Master(calls, Sim, "a"))
-    m.addMasterDriver("b", Master(calls, Sim, "b"))
+        m.addMasterDriver("a", Master(calls, "a"))
+    m.addMasterDriver("b", Master(calls, "b"))
     m.addActiveMasterDriver("b", m.getMasterDriver("b"))
-    m.addActiveMasterDriver("c", Master(calls, Sim, "c"))
+    m.addActiveMasterDriver("c", Master(calls, "c"))
     with driver_error("Active master already registered for c."):
         m.addActiveMasterDriver("c", first)
     with pytest.raises(KeyError):
-        m.addMasterDriver("d", Master(calls, Net, "d"))
-    assert m.getDriverAddresses(Sim) is m._addresses[Sim] and m.getActiveDriverAddresses(Sim) == ["b", "c"]
+        m.addMasterDriver("d", Master(calls, "d", drvType=Net))
     m.getDriverAddresses(Net).append("x")
-    assert m.getDriverAddresses(Net) == [] and m.getMasterDriver("a") is first
+    assert m.getDriverAddresses(Sim) is m._addresses[Sim] and m.getDriverAddresses(Net) == []
     assert (m.getMasterAddresses(), m.getActiveMasterAddresses(), m.getInactiveMasterAddresses()) == (
         ["a", "b"], ["b", "c"], ["a"])
     assert m.getActiveMasterDrivers() == [m.getActiveMasterDriver("b"), m.getActiveMasterDriver("c")]
@@ -175,65 +164,59 @@ def test_master_addresses(calls):
     [
         ({"Product Name": "AL", "Serial Number": "42"}, None, 'Sim master connected to "a": AL, S/N: 42'),
         ({}, {"Product Name": "", "Product Code": "PC"}, 'Sim master connected to "a": PC'),
-        (None, {}, 'Sim master connected to "a": None'),
+        (None, {"Serial Number": 7}, TypeError),
     ],
 )
-def test_connection_line(calls, owner, masterInfo, info, line):
+def test_connection_line(calls, monkeypatch, masterInfo, info, line):
     m = T.CommonDriverManager()
     m.addBaseDriver(Sim(calls))
-    m.addActiveMasterDriver("a", Master(calls, Sim, "a", info=info, masterInfo=masterInfo))
-    assert owner[1:] == [line]
+    m.addActiveMasterDriver("x", Master(calls, "x", info=info, masterInfo=masterInfo))
+    assert calls == []
+    logger = Logger()
+    monkeypatch.setattr(T.CommonDriverManager, "iodd", NS(_logger=logger))
+    if line is TypeError:
+        with pytest.raises(TypeError):
+            m.addActiveMasterDriver("a", Master(calls, "a", info=info))
+    else:
+        m.addActiveMasterDriver("a", Master(calls, "a", info=info, masterInfo=masterInfo))
+    assert logger.lines == ([] if line is TypeError else [line]) and m.getPorts("a") == {}
     assert calls == ([] if masterInfo else [("getMasterInfo", "a")])
 
 
-def test_connection_line_needs_owner_and_text_serial(calls, monkeypatch):
-    m = T.CommonDriverManager()
-    m.addBaseDriver(Sim(calls))
-    m.addActiveMasterDriver("a", Master(calls, Sim, "a", info={"Serial Number": 7}))
-    assert calls == []
-    monkeypatch.setattr(T.CommonDriverManager, "iodd", types.SimpleNamespace(_logger=Logger()))
-    with pytest.raises(TypeError):
-        m.addActiveMasterDriver("b", Master(calls, Sim, "b", info={"Serial Number": 7}))
-    assert m.checkActiveMasterDriver("b") and m.getPorts("b") == {}
-
-
 def test_ports_and_devices(connection):
-    m = connection.manager
-    m.addActiveMasterDriver("c", Master([], Sim, "c"))
-    assert [m.checkActivePorts("x", 1), m.checkActivePorts("b", 1), m.checkActivePorts("a", 1),
-            m.checkActivePorts("a", 3)] == [None, {}, True, False]
+    m = connection
+    m.addActiveMasterDriver("c", Master([], "c"))
+    assert [m.checkActivePorts(*port) for port in [("x", 1), ("c", 1), ("a", 1), ("a", 3)]] == [None, {}, True, False]
     first = m.getPortDriver("a", 1)
     with driver_error("Master a has already active port 1."):
-        m.addPort("a", 1, Port([], 1))
+        m.addPort("a", 1, None)
     with pytest.raises(KeyError):
-        m.addPort("x", 1, Port([], 1))
-    with driver_error("Cannot access port for inactive b."):
-        m.getPortDriver("b", 1)
+        m.addPort("x", 1, None)
+    with driver_error("Cannot access port for inactive c."):
+        m.getPortDriver("c", 1)
     with driver_error("Port 3 not available for a."):
         m._getPort("a", 3)
-    m.addPort("c", 1, Port([], "c1"))
+    m.addPort("b", 1, "b1")
     assert m._getPort("a", 1) == (m.getPorts("a"), first) and m.getPorts("a") is m._ports["a"]
-    assert m.getPortDrivers("") == m.getPortDrivers() == [first, m.getPortDriver("a", 2), m.getPortDriver("c", 1)]
+    assert m.getPortDrivers("") == m.getPortDrivers() == [first, m.getPortDriver("a", 2), "b1"]
     assert m.getPortDrivers("x") == [] and m.getPorts("x") == {}
-    m.addConnectedDev(("c", 1), "dev")
-    assert m.getConnectedDevPorts() == [("a", 1), ("a", 2), ("c", 1)] and m.getConnectedDevPorts("c") == [1]
-    assert m.getConnectedDev(("x", 1)) is None and m.removeConnectedDev(("c", 1)) == "dev"
+    m.addConnectedDev(("b", 1), "dev")
+    assert m.getConnectedDevPorts() == [("a", 1), ("a", 2), ("b", 1)] and m.getConnectedDevPorts("b") == [1]
+    assert m.getConnectedDev(("x", 1)) is None and m.removeConnectedDev(("b", 1)) == "dev"
     with pytest.raises(KeyError):
-        m.removeConnectedDev(("c", 1))
-    assert m.getConnectedDevs() == list(connection.devices.values())
+        m.removeConnectedDev(("b", 1))
 
 
 def test_rename_moves_everything_under_the_new_address(connection):
-    m = connection.manager
+    m = connection
+    devices = m.getConnectedDevs()
     m.addConnectedDev(("b", 5), "other")
     m._addresses[Sim].append("z")
     m.renameAddress("a", newAddr="z")
-    assert [d._port for d in connection.devices.values()] == [("z", 1), ("z", 2)]
-    assert [d._device._address for d in connection.devices.values()] == ["z", "z"]
-    assert list(m._masters) == list(m._openMasters) == list(m._ports) == ["b", "z"]
-    assert list(m._ioddmasters[Sim]) == ["b", "z"] and m.getIoddMaster(Sim, "z").address == "a"
-    assert list(m._openDevs) == [("z", 1), ("z", 2), ("z", 5)]
-    assert (m._addresses[Sim], m._openAddresses[Sim]) == (["b", "z"], ["b", "z"])
+    assert [(d._port, d._device._address) for d in devices] == [(("z", 1), "z"), (("z", 2), "z")]
+    assert list(m._masters) == list(m._openMasters) == list(m._ports) == list(m._ioddmasters[Sim]) == ["b", "z"]
+    assert m.getIoddMaster(Sim, "z").address == "a" and list(m._openDevs) == [("z", 1), ("z", 2), ("z", 5)]
+    assert m._addresses[Sim] == m._openAddresses[Sim] == ["b", "z"]
     with driver_error("No master registered for a."):
         m.getMasterDriver("a")
     with pytest.raises(KeyError):
@@ -241,16 +224,14 @@ def test_rename_moves_everything_under_the_new_address(connection):
 
 
 def test_rename_to_itself_drops_the_entries(connection):
-    m = connection.manager
-    m.addConnectedDev(("b", 7), "dev")
-    m.renameAddress("b", "b")
-    assert list(m._masters) == list(m._ports) == list(m._ioddmasters[Sim]) == ["a"]
-    assert list(m._openDevs) == [("b", 1), ("b", 2)] and m._openAddresses[Sim] == ["a", "b"]
-    assert T.CommonDriverManager._renameKey({1: 2}, 3, 4) is None
+    connection.addConnectedDev(("b", 7), "dev")
+    connection.renameAddress("b", "b")
+    assert list(connection._masters) == list(connection._ports) == list(connection._ioddmasters[Sim]) == ["a"]
+    assert list(connection._openDevs) == [("b", 1), ("b", 2)] and connection._openAddresses[Sim] == ["a", "b"]
 
 
 def test_removing_a_whole_connection(connection, calls, owner):
-    m = connection.manager
+    m = connection
     with driver_error("Cannot remove active driver Sim."):
         m.removeBaseDriver(Sim)
     with driver_error("Cannot remove active master a."):
@@ -262,40 +243,37 @@ def test_removing_a_whole_connection(connection, calls, owner):
         ("connected", 1), ("disconnect", 1), ("connected", 2),
         ("disconnect", "a", (None, 1), {"removeDriverOrigin": True}),
         ("disconnect", "b", (None, 1), {"removeDriverOrigin": True}),
-        ("close", "Sim"),
+        "close",
     ]
     assert owner[-4:] == ['Sim master "a" disconnected', 'Sim master "a" removed',
                           'Sim master "b" disconnected', 'Sim master "b" removed']
-    assert [getattr(m, store) for store in STORES[:-1]] == [{}] * 7
-    assert list(m._openDevs) == [("a", 1), ("a", 2)]
+    assert [getattr(m, store) for store in STORES[:-1]] == [{}] * 7 and list(m._openDevs) == [("a", 1), ("a", 2)]
 
 
-@pytest.mark.parametrize("active, with_owner, line", [(True, False, None), (False, True, 'Closed base driver "Sim".')])
-def test_removing_a_base_driver(calls, monkeypatch, active, with_owner, line):
+@pytest.mark.parametrize("active, owned, lines", [(True, False, []), (False, True, ['Closed base driver "Sim".'])])
+def test_removing_a_base_driver(calls, monkeypatch, active, owned, lines):
     logger = Logger()
-    if with_owner:
-        monkeypatch.setattr(T.CommonDriverManager, "iodd", types.SimpleNamespace(_logger=logger))
+    monkeypatch.setattr(T.CommonDriverManager, "iodd", NS(_logger=logger) if owned else None)
     m = T.CommonDriverManager()
     m.addBaseDriver(Sim(calls, active=active))
-    assert m.removeBaseDriver(Sim) is None
-    assert calls == ([("close", "Sim")] if active else []) and logger.lines[-1:] == ([line] if line else [])
+    assert m.removeBaseDriver(Sim) is None and m._drivers == {}
+    assert calls == ["close"] * active and logger.lines[1:] == lines
 
 
-def test_what_stays_behind_a_master(connection, calls, owner):
-    m = connection.manager
-    connection.masters["b"].is_connected = False
+def test_what_stays_behind_a_master(connection, owner):
+    m = connection
+    m.getMasterDriver("b").is_connected = False
     m.removeMasterDriver("b")
     assert owner[-1] == 'Sim master "b" removed' and m.checkActiveMasterDriver("b")
     assert m.getMasterAddresses() == ["a"] and m.getActiveDriverAddresses(Sim) == ["a", "b"]
     m.removeActiveMasterDriver("b")
-    assert (m.getActiveMasterAddresses(), list(m._ports)) == (["a"], ["a"])
-    del m._openMasters["a"]
+    assert m.getActiveMasterAddresses() == list(m._ports) == ["a"]
+    master = m._openMasters.pop("a")
     with driver_error("No active master registered for a."):
         m.removeMasterDriver("a", True)
-    assert m.getMasterAddresses() == ["a"]
-    m.addActiveMasterDriver("a", connection.masters["a"])
+    m._openMasters["a"] = master
     m.removeActiveMasterDriver("a", True)
-    assert m.getConnectedDevs() == list(connection.devices.values())
+    assert m.getMasterAddresses() == ["a"] and len(m.getConnectedDevs()) == 2
     assert list(m._ioddmasters[Sim]) == ["a", "b"]
 
 
@@ -312,17 +290,11 @@ def test_what_stays_behind_a_master(connection, calls, owner):
     ],
 )
 def test_remove_port_force(connection, calls, force, in_use, asked, disconnected, removed):
-    m = connection.manager
-    m.getPortDriver("a", 2).in_use = in_use
+    connection.getPortDriver("a", 2).in_use = in_use
     if removed:
-        m.removePort("a", 2, force)
+        connection.removePort("a", 2, force)
     else:
         with driver_error("Cannot remove active master a."):
-            m.removePort("a", 2, force)
+            connection.removePort("a", 2, force)
     assert calls == [("connected", 2)] * asked + [("disconnect", 2)] * disconnected
-    assert m.checkActivePorts("a", 2) is not removed
-
-
-def test_calls_are_checked_before_running():
-    with pytest.raises(TypeError, match=r"^removePort\(\) takes at least 3 positional arguments \(2 given\)$"):
-        T.CommonDriverManager().removePort("a")
+    assert connection.checkActivePorts("a", 2) is not removed

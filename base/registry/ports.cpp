@@ -47,7 +47,7 @@ Ref get_port(const Args& args)
 
 Ref get_port_driver(const Args& args)
 {
-    return item(call_method(args[0], n_getPort, {args[1], args[2]}), integer(1));
+    return item_at(call_method(args[0], n_getPort, {args[1], args[2]}), 1);
 }
 
 Ref get_port_drivers(const Args& args)
@@ -80,8 +80,8 @@ Ref get_connected_dev_ports(const Args& args)
     Ref result = list();
     Ref selectors = Ref::steal(PyObject_GetIter(devices));
     while (Ref selector = iterate_next(selectors))
-        if (equal(item(selector, integer(0)), address))
-            check(PyList_Append(result, item(selector, integer(1))));
+        if (equal(item_at(selector, 0), address))
+            check(PyList_Append(result, item_at(selector, 1)));
     return result;
 }
 

@@ -13,6 +13,13 @@ extern Name n_get, n_pop, n_values, n_append, n_remove, n_driverName, n_getBaseD
 
 // `item in container`
 inline bool contains(Borrowed container, Borrowed item) { return check(PySequence_Contains(container, item)) != 0; }
+// `sequence[index]`, for selectors and the pairs made of them.
+inline Ref item_at(Borrowed sequence, Py_ssize_t index)
+{
+    if (PyTuple_CheckExact(sequence.get()) && index < PyTuple_GET_SIZE(sequence.get()))
+        return Ref::borrow(PyTuple_GET_ITEM(sequence.get(), index));
+    return item(sequence, integer(index));
+}
 // `mapping.get(key)`
 Ref get(Borrowed mapping, Borrowed key);
 // `list(mapping.values())`

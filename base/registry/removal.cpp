@@ -103,8 +103,8 @@ Ref remove_port(const Args& args)
     PyObject* port = args[2];
     PyObject* force = args[3];
     Ref found = call_method(args[0], n_getPort, {address, port});
-    Ref ports = item(found, integer(0));
-    Ref drv = item(found, integer(1));
+    Ref ports = item_at(found, 0);
+    Ref drv = item_at(found, 1);
     if (!Py_IsNone(force) && truthy(call_method(drv, n_connected))) {
         if (!truthy(force))
             raise_driver_error(active_master_in_use, {address});

@@ -34,7 +34,7 @@ void readdress_devices(Borrowed portLst, PyObject* newAddr)
         Ref dev = getattr(item(portLst, port), n_connectediodd);
         if (!truthy(dev))
             continue;
-        setattr(dev, n_port, tuple({newAddr, item(getattr(dev, n_port), integer(1))}));
+        setattr(dev, n_port, tuple({newAddr, item_at(getattr(dev, n_port), 1)}));
         setattr(getattr(dev, n_device), n_address, newAddr);
     }
 }
@@ -48,7 +48,7 @@ void rename_device_keys(PyObject* self, PyObject* newAddr)
     Ref snapshot = Ref::steal(PySequence_List(devices));
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(snapshot.get()); ++i) {
         PyObject* oldPort = PyList_GET_ITEM(snapshot.get(), i);
-        rename_key_in(self, devices, oldPort, tuple({newAddr, item(oldPort, integer(1))}));
+        rename_key_in(self, devices, oldPort, tuple({newAddr, item_at(oldPort, 1)}));
     }
 }
 
