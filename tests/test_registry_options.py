@@ -20,6 +20,9 @@ def test_construction(options):
     assert isinstance(options, dict) and options == {"sim": {"noZeroInit": True}}
     assert options.getValidNames() == ("general", "sim", "NET-IP") and options._lowerNames == ("general", "sim", "net-ip")
     assert type(options._default) is T.DriverOptions and options._default == options
+    inner = {"x": 1}
+    shared = T.DriverOptions([driver("sim")], {"Sim": inner})
+    assert shared["sim"] is inner and shared._default["sim"] is not inner
     assert T.DriverOptions(driverList=[])["General"] == {}
     with pytest.raises(TypeError, match=r"^_setOptions\(\) takes exactly 2 positional arguments \(3 given\)$"):
         T.DriverOptions([], {}, {})
