@@ -9,7 +9,8 @@ import vantrel.base.Tessarine as T
 class Iodd:
     """Stands in for the communication object of a device; records every question."""
     def __init__(self, connected=True, lost=(False, False, False), iolink=1, wrong=False, pd_invalid=False):
-        self._connected, self._lost, self._iolink, self._wrong, self._pd_invalid = connected, lost, iolink, wrong, pd_invalid
+        self._connected, self._lost, self._iolink = connected, lost, iolink
+        self._wrong, self._pd_invalid = wrong, pd_invalid
         self.asked = []
         self._master = types.SimpleNamespace(isWrongDevice=self._answer("isWrongDevice", lambda dev: self._wrong))
         self._dev = types.SimpleNamespace(getStatusPdInvalid=self._answer("getStatusPdInvalid", self._pd))

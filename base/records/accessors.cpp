@@ -80,8 +80,9 @@ Ref command(const Args& args)
     Ref index = integer(kSystemCommandIndex);
     Ref value = call_method(ioc, n_getValue, {index, name});
     Ref full_name = call_method(ioc, n_getValue, {index, value});
-    setattr(runner, n_doc,
-            concat({n_command_prefix, format(value, n_empty), n_open_hex, format(value, n_hex), n_close_hex, full_name}));
+    Ref doc = concat(
+        {n_command_prefix, format(value, n_empty), n_open_hex, format(value, n_hex), n_close_hex, full_name});
+    setattr(runner, n_doc, doc);
     return runner;
 }
 

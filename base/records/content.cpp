@@ -15,9 +15,9 @@ Global g_datetime("datetime"), g_isMatlabNaming("isMatlabNaming"), g_dictMatlabR
 Ref content_init(const Args& args)
 {
     PyObject* self = args[0];
-    const Name* const stored[] = {&n_masterInfo, &n_port, &n_data, &n_ioc};
-    for (std::size_t i = 0; i < std::size(stored); ++i)
-        setattr(self, *stored[i], args[i + 1]);
+    const Name* const kept[] = {&n_masterInfo, &n_port, &n_data, &n_ioc};
+    for (std::size_t i = 0; i < std::size(kept); ++i)
+        setattr(self, *kept[i], args[i + 1]);
     setattr(self, n_recordFieldNaming, call(g_isMatlabNaming.get(), {args[5]}));
     if (args[3] == Py_None) {
         setattr(self, n_date, Py_None);

@@ -29,10 +29,10 @@ Ref init(const Args& args)
     Ref page1 = Ref::borrow(args[7]);
     if (truthy(page1) && truthy(matlab))
         page1 = call(g_dictMatlabReplace.get(), {page1});
-    const Name* const stored[] = {&n_master_attr,     &n_address_attr, &n_port_attr, &n_masterName_attr,
-                                  &n_masterProdCode, &n_devIdent};
-    for (std::size_t i = 0; i < std::size(stored); ++i)
-        setattr(self, *stored[i], args[i + 1]);
+    const Name* const kept[] = {&n_master_attr,     &n_address_attr, &n_port_attr, &n_masterName_attr,
+                                &n_masterProdCode, &n_devIdent};
+    for (std::size_t i = 0; i < std::size(kept); ++i)
+        setattr(self, *kept[i], args[i + 1]);
     setattr(self, n_page1_attr, page1);
     return none();
 }

@@ -34,11 +34,12 @@ Ref when_connected(const Args& args)
     return Answer(getattr(self, n_iodd));
 }
 
+// The three checks chained as `or`: the first true answer, or the last one.
 Ref lost(PyObject* iodd)
 {
     Ref answer;
-    for (PyObject* question : {n_checkLostDev.get(), n_hasConnectionError.get(), n_checkInspectionLevelWrongDev.get()}) {
-        answer = call_method(iodd, question);
+    for (const Name* question : {&n_checkLostDev, &n_hasConnectionError, &n_checkInspectionLevelWrongDev}) {
+        answer = call_method(iodd, *question);
         if (truthy(answer))
             break;
     }
