@@ -4,6 +4,7 @@ import numpy
 import pytest
 
 import vantrel.base.Tessarine as T
+from conftest import run_python
 
 
 @pytest.mark.parametrize(
@@ -78,6 +79,15 @@ def test_module_names_are_looked_up_at_each_call(monkeypatch):
 def test_is_list_with_numpy(value, listed):
     assert T.is_list(value) is listed
     assert T.is_list_none(value) is listed
+
+
+def test_without_numpy_installed():
+    process = run_python(
+        "import sys; sys.modules['numpy'] = None\n"
+        "import vantrel.base.Tessarine as T\n"
+        "print(T.is_list(5), T.is_list_none(5), T.is_list((5,)), T.is_int_list(5))"
+    )
+    assert process.stdout == "None None True False\n", process.stderr
 
 
 def test_without_numpy_the_answer_is_np_itself(monkeypatch):
