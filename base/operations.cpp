@@ -109,6 +109,32 @@ Ref call_with(Borrowed callable, Borrowed args, Borrowed kwargs)
     return Ref::steal(PyObject_Call(callable, args.get() ? args.get() : empty.get(), kwargs));
 }
 
+namespace {
+Name n_get("get"), n_dumps("dumps"), n_indent("indent"), n_ensure_ascii("ensure_ascii");
+Global g_json("json");
+}  // namespace
+
+Ref item_at(Borrowed sequence, Py_ssize_t index)
+{
+    // Selectors are tuples; spare them the int object.
+    if (PyTuple_CheckExact(sequence.get()) && index >= 0 && index < PyTuple_GET_SIZE(sequence.get()))
+        return Ref::borrow(PyTuple_GET_ITEM(sequence.get(), index));
+    return item(sequence, integer(index));
+}
+
+Ref mapping_get(Borrowed mapping, Borrowed key)
+{
+    if (!PyDict_CheckExact(mapping.get()))
+        return call_method(mapping, n_get, {key});
+    PyObject* value;
+    return check(PyDict_GetItemRef(mapping, key, &value)) ? Ref::steal(value) : none();
+}
+
+Ref json_text(Borrowed report)
+{
+    return call(getattr(g_json.get(), n_dumps), {report}, {{n_indent, integer(4)}, {n_ensure_ascii, Py_False}});
+}
+
 Ref concat(std::initializer_list<Borrowed> parts)
 {
     bool all_str = true;

@@ -1,18 +1,12 @@
 #include "records.hpp"
 
 namespace tess::body {
-namespace {
-
-Name n_dumps("dumps"), n_indent("indent"), n_ensure_ascii("ensure_ascii");
-Global g_json("json");
-
-}  // namespace
 
 Ref json_report(Borrowed key, Borrowed report)
 {
     Ref wrapped = dict();
     set_item(wrapped, key, report);
-    return call(getattr(g_json.get(), n_dumps), {wrapped}, {{n_indent, integer(4)}, {n_ensure_ascii, Py_False}});
+    return json_text(wrapped);
 }
 
 void report_attributes(Borrowed report, Borrowed self, std::initializer_list<Borrowed> names)

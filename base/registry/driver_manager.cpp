@@ -17,17 +17,6 @@ Name n_iodd("iodd"), n_logger("_logger"), n_debug("debug");
 Global g_CommonDriverManager("CommonDriverManager"), g_DriverException("DriverException");
 }  // namespace
 
-Ref get(Borrowed mapping, Borrowed key)
-{
-    // Look-ups by address and selector are the registry's hot path.
-    if (PyDict_CheckExact(mapping.get())) {
-        PyObject* value;
-        check(PyDict_GetItemRef(mapping, key, &value));
-        return value ? Ref::steal(value) : none();
-    }
-    return call_method(mapping, n_get, {key});
-}
-
 Ref values_list(Borrowed mapping) { return Ref::steal(PySequence_List(call_method(mapping, n_values))); }
 
 Ref inner_values(Borrowed outer)
@@ -83,7 +72,7 @@ Ref get_base_drivers(const Args& args) { return call_method(getattr(args[0], n_d
 Ref get_base_driver(const Args& args)
 {
     PyObject* drvType = args[1];
-    Ref drv = get(getattr(args[0], n_drivers), drvType);
+    Ref drv = mapping_get(getattr(args[0], n_drivers), drvType);
     if (Py_IsNone(drv))
         raise_driver_error("No driver registered for %s.", {call_method(drvType, n_driverName)});
     return drv;
@@ -110,8 +99,8 @@ Ref add_base_driver(const Args& args)
 
 Ref get_iodd_master(const Args& args)
 {
-    Ref masters = get(getattr(args[0], n_ioddmasters), args[1]);
-    return truthy(masters) ? get(masters, args[2]) : none();
+    Ref masters = mapping_get(getattr(args[0], n_ioddmasters), args[1]);
+    return truthy(masters) ? mapping_get(masters, args[2]) : none();
 }
 
 Ref get_iodd_masters(const Args& args) { return inner_values(getattr(args[0], n_ioddmasters)); }
@@ -191,7 +180,7 @@ Ref master_drivers(const Args& args)
 template <const MasterLevel& Level>
 Ref master_driver(const Args& args)
 {
-    Ref drv = get(getattr(args[0], Level.masters), args[1]);
+    Ref drv = mapping_get(getattr(args[0], Level.masters), args[1]);
     if (Py_IsNone(drv))
         raise_driver_error(Level.missing, {args[1]});
     return drv;

@@ -12,7 +12,7 @@ Name n_driverNames("_driverNames"), n_lowerNames("_lowerNames"), n_default("_def
     n_copy("copy"), n_deepcopy("deepcopy"), n_setOptions("_setOptions"), n_getName("_getName"),
     n_checkOptions("_checkOptions");
 Global g_copy("copy");
-using registry::contains, registry::n_driverName, registry::n_values;
+using registry::n_driverName, registry::n_values;
 
 Ref init(const Args& args)
 {

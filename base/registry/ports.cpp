@@ -27,7 +27,7 @@ Ref get_ports(const Args& args) { return call_method(getattr(args[0], n_ports), 
 // without ports its empty table.
 Ref check_active_ports(const Args& args)
 {
-    Ref ports = get(getattr(args[0], n_ports), args[1]);
+    Ref ports = mapping_get(getattr(args[0], n_ports), args[1]);
     if (!truthy(ports))
         return ports;
     return boolean(contains(ports, args[2]));
@@ -37,7 +37,7 @@ Ref get_port(const Args& args)
 {
     PyObject* address = args[1];
     PyObject* port = args[2];
-    Ref ports = get(getattr(args[0], n_ports), address);
+    Ref ports = mapping_get(getattr(args[0], n_ports), address);
     if (!truthy(ports))
         raise_driver_error("Cannot access port for inactive %s.", {address});
     if (!contains(ports, port))
@@ -65,7 +65,7 @@ Ref add_connected_dev(const Args& args)
     return none();
 }
 
-Ref get_connected_dev(const Args& args) { return get(getattr(args[0], n_openDevs), args[1]); }
+Ref get_connected_dev(const Args& args) { return mapping_get(getattr(args[0], n_openDevs), args[1]); }
 
 Ref get_connected_devs(const Args& args) { return values_list(getattr(args[0], n_openDevs)); }
 

@@ -11,17 +11,6 @@ extern Name n_drivers, n_addresses, n_masters, n_openAddresses, n_openMasters, n
 extern Name n_get, n_pop, n_values, n_append, n_remove, n_driverName, n_getBaseDriverType, n_connected,
     n_disconnect;
 
-// `item in container`
-inline bool contains(Borrowed container, Borrowed item) { return check(PySequence_Contains(container, item)) != 0; }
-// `sequence[index]`, for selectors and the pairs made of them.
-inline Ref item_at(Borrowed sequence, Py_ssize_t index)
-{
-    if (PyTuple_CheckExact(sequence.get()) && index < PyTuple_GET_SIZE(sequence.get()))
-        return Ref::borrow(PyTuple_GET_ITEM(sequence.get(), index));
-    return item(sequence, integer(index));
-}
-// `mapping.get(key)`
-Ref get(Borrowed mapping, Borrowed key);
 // `list(mapping.values())`
 Ref values_list(Borrowed mapping);
 // The values of every inner mapping of `outer`, in order, in one new list.
@@ -35,8 +24,7 @@ Ref owner_debug();
 // DriverException(format % values)
 [[noreturn]] void raise_driver_error(const char* format, std::initializer_list<Borrowed> values);
 
-// A method of the manager: `self` followed by `params`.  The definition must
-// outlive the function made from it, so keep it in a static table.
+// A method of the manager: `self` followed by `params`.
 inline FunctionDef method(const char* name, Implementation implementation, std::initializer_list<Param> params = {},
                           std::source_location where = std::source_location::current())
 {

@@ -77,7 +77,7 @@ Ref remove_active_master_driver(const Args& args)
     PyObject* address = args[1];
     PyObject* force = args[2];
     Ref drv = call_method(self, n_getActiveMasterDriver, {address});
-    Ref ports = get(getattr(self, n_ports), address);
+    Ref ports = mapping_get(getattr(self, n_ports), address);
     if (truthy(ports)) {
         if (!truthy(force))
             raise_driver_error(active_master_in_use, {address});

@@ -7,17 +7,7 @@ namespace tess::body {
 
 namespace stats {
 
-Name n_get("get"), n_json_dumps("dumps"), n_indent("indent"),
-    n_ensure_ascii("ensure_ascii"), n_underscore("_"), n_GlobalStatistics("GlobalStatistics");
-Global g_json("json");
-
-Ref mapping_get(Borrowed mapping, Borrowed key)
-{
-    if (!PyDict_CheckExact(mapping.get()))
-        return call_method(mapping, n_get, {key});
-    PyObject* value;
-    return check(PyDict_GetItemRef(mapping, key, &value)) ? Ref::steal(value) : none();
-}
+Name n_underscore("_"), n_GlobalStatistics("GlobalStatistics");
 
 void append_attributes(Borrowed into, Borrowed self, Figures figures)
 {
@@ -51,11 +41,6 @@ void collect_stat_names(Borrowed self)
         if (PyDict_Check(value.get()) || is_instance(value, stat_class))
             check(PyList_Append(names, name));
     });
-}
-
-Ref json_text(Borrowed report)
-{
-    return call(getattr(g_json.get(), n_json_dumps), {report}, {{n_indent, integer(4)}, {n_ensure_ascii, Py_False}});
 }
 
 Ref plain_repr(const Args& args) { return json_text(call_method(args[0], n_getStat)); }

@@ -51,8 +51,6 @@ inline const Figure port_report[] = {
 // Statistics.<name>, looked up at each use like any module name.
 inline Ref statistics_member(const Name& name) { return getattr(g_Statistics.get(), name); }
 
-inline Ref item_at(Borrowed sequence, Py_ssize_t index) { return Ref::steal(PySequence_GetItem(sequence, index)); }
-inline bool contains(Borrowed container, Borrowed key) { return check(PySequence_Contains(container, key)) != 0; }
 
 // for element in iterable: visit(element)
 template <typename Visit>
@@ -80,8 +78,6 @@ std::array<Ref, N> unpack(Borrowed iterable)
     return values;
 }
 
-// mapping.get(key)
-Ref mapping_get(Borrowed mapping, Borrowed key);
 
 // [self.<name> for each figure], appended to `into`.
 void append_attributes(Borrowed into, Borrowed self, Figures figures);
@@ -116,8 +112,6 @@ void for_each_named_figure(Borrowed self, Borrowed values, Visit&& visit)
 // The BaseStatistics constructor, which every statistics class runs last.
 void collect_stat_names(Borrowed self);
 
-// json.dumps(report, indent=4, ensure_ascii=False)
-Ref json_text(Borrowed report);
 
 // __repr__ that shows self.getStat() as JSON, bare or under one outer key.
 Ref plain_repr(const Args& args);
