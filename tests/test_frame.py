@@ -4,7 +4,6 @@ import copy
 import datetime
 import pickle
 import sys
-import tracemalloc
 import traceback
 import types
 
@@ -106,27 +105,3 @@ def test_filtered_logging_reaches_a_replaced_log():
     Recording(-1).rw("x %s", 1)
     Recording(-1).debugExecute("call(%s)", "a")
     assert received == [(4, "R/W: ", "x %s", (1,)), (9, "DEBUG: calling ", "call(%s)", ("a",))]
-
-
-def test_repeated_calls_do_not_grow_memory():
-    logger = T.Logger(0)
-    handler = T.ErrorHandler(mode="lastError", logger=T.Logger(-1))
-    handler.maxStackLength = 5
-
-    def work():
-        for _ in range(2000):
-            logger.rw("filtered %s", 1)
-            logger.log(5, "h", "m %d", 2)
-            handler.handleError(T.OrvaneException("m", 3), errInfo="i")
-            try:
-                T.Logger.info()
-            except TypeError:
-                pass
-
-    work()
-    tracemalloc.start()
-    before = tracemalloc.get_traced_memory()[0]
-    work()
-    grown = tracemalloc.get_traced_memory()[0] - before
-    tracemalloc.stop()
-    assert grown < 64 * 1024
