@@ -15,11 +15,7 @@ Ref get_dev_statistics(const Args& args)
     Ref cache = getattr(self, n_cache);
     if (Ref view = cached_view(cache, sel))
         return view;
-    Ref addr = item_at(sel, 1);
-    Ref addr_ports = getattr(self, n_addrPorts);
-    if (!contains(addr_ports, addr))
-        set_item(addr_ports, addr, list());
-    Ref ports = item(addr_ports, addr);
+    Ref ports = address_ports(self, item_at(sel, 1));
     Ref port = item_at(sel, 2);
     if (!contains(ports, port))
         call_method(ports, n_append, {port});

@@ -18,9 +18,7 @@ Ref get_master_statistics(const Args& args)
     if (Ref view = cached_view(cache, sel))
         return view;
     // Filed under the address as given, even where the selector differs.
-    Ref addr_ports = getattr(self, n_addrPorts);
-    if (!contains(addr_ports, addr))
-        set_item(addr_ports, addr, list());
+    address_ports(self, addr);
     Ref view = call(g_MasterStatistics.get(), {self, args[1], addr});
     set_item(cache, sel, view);
     return view;

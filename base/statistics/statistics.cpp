@@ -53,6 +53,14 @@ Ref cached_view(Borrowed cache, Borrowed selector)
     return view && truthy(view) ? view : Ref();
 }
 
+Ref address_ports(Borrowed self, Borrowed address)
+{
+    Ref addr_ports = getattr(self, n_addrPorts);
+    if (!contains(addr_ports, address))
+        set_item(addr_ports, address, list());
+    return item(addr_ports, address);
+}
+
 }  // namespace stats
 
 namespace {

@@ -139,5 +139,7 @@ Ref get_master_statistics(const Args& args);
 Ref get_dev_statistics(const Args& args);
 // The view filed under `selector` in `cache`, or an empty Ref.
 Ref cached_view(Borrowed cache, Borrowed selector);
+// The list of ports filed under `address`, made empty on first use.
+Ref address_ports(Borrowed self, Borrowed address);
 
 }  // namespace tess::body::stats
