@@ -33,6 +33,13 @@ ClassBuilder& ClassBuilder::method(const FunctionDef& def)
     return *this;
 }
 
+ClassBuilder& ClassBuilder::methods(std::span<const FunctionDef> defs)
+{
+    for (const FunctionDef& def : defs)
+        method(def);
+    return *this;
+}
+
 ClassBuilder& ClassBuilder::static_method(const FunctionDef& def)
 {
     check(PyDict_SetItemString(namespace_, def.name, call(b_staticmethod, {function(def)})));
@@ -44,6 +51,13 @@ ClassBuilder& ClassBuilder::property(const FunctionDef& getter, const FunctionDe
     Ref get = function(getter);
     Ref value = setter ? call(b_property, {get, function(*setter)}) : call(b_property, {get});
     check(PyDict_SetItemString(namespace_, getter.name, value));
+    return *this;
+}
+
+ClassBuilder& ClassBuilder::properties(std::span<const FunctionDef> getters)
+{
+    for (const FunctionDef& getter : getters)
+        property(getter);
     return *this;
 }
 

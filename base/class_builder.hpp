@@ -2,6 +2,8 @@
 // would, by calling the metaclass of the bases with a namespace.
 #pragma once
 
+#include <span>
+
 #include "function.hpp"
 
 namespace tess {
@@ -11,9 +13,12 @@ public:
     ClassBuilder(const char* name, std::initializer_list<Borrowed> bases, const char* doc);
 
     ClassBuilder& method(const FunctionDef& def);
+    ClassBuilder& methods(std::span<const FunctionDef> defs);
     ClassBuilder& static_method(const FunctionDef& def);
     // A property; its docstring is the getter's, as with @property.
     ClassBuilder& property(const FunctionDef& getter, const FunctionDef* setter = nullptr);
+    // Read-only properties.
+    ClassBuilder& properties(std::span<const FunctionDef> getters);
     ClassBuilder& attribute(const char* name, Borrowed value);
 
     // Makes the class and binds it in the module's namespace.

@@ -126,8 +126,7 @@ void define_logger()
 {
     ClassBuilder logger("Logger", {b_object}, "Orvane Logger class.");
     logger.method(init_def).method(set_prefix_def).method(set_seconds_decimals_def);
-    for (const FunctionDef& def : printers)
-        logger.method(def);
+    logger.methods(printers);
     logger.method(log_def).build();
 }
 

@@ -151,8 +151,7 @@ void define_stream_table()
         from_second = Ref::steal(PySlice_New(integer(1), nullptr, nullptr)).release();
     ClassBuilder builder("ProcessDataStreamTable", {getattr(g_prettytable.get(), n_PrettyTable)}, nullptr);
     builder.method(init_def).method(len_def);
-    for (const FunctionDef& def : properties)
-        builder.property(def);
+    builder.properties(properties);
     stream_table_class = builder.build().release();
 }
 

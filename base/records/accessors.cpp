@@ -167,14 +167,12 @@ void define_accessors()
 {
     ClassBuilder variables("_IoddVarAccess", {b_object}, "Variable access helper class.");
     variables.method(accessor_init_def);
-    for (const FunctionDef& def : var_methods)
-        variables.method(def);
+    variables.methods(var_methods);
     variables.build();
 
     ClassBuilder commands("_IoddSysAccess", {b_object}, "System command access helper class.");
     commands.method(accessor_init_def);
-    for (const FunctionDef& def : sys_methods)
-        commands.method(def);
+    commands.methods(sys_methods);
     commands.build();
     Ref functools = Ref::steal(PyImport_ImportModule("functools"));
     Py_XSETREF(partial_type, getattr(functools, text("partial")).release());

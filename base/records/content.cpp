@@ -122,13 +122,11 @@ void define_device_content()
 {
     ClassBuilder content("DeviceContent", {b_object}, "Device content.");
     content.method(content_init_def);
-    for (const FunctionDef& def : content_properties)
-        content.property(def);
+    content.properties(content_properties);
     content.method(has_iodd_def).build();
 
     ClassBuilder commands("MasterCommands", {b_object}, "Base master commands.");
-    for (const FunctionDef& def : commands_methods)
-        commands.method(def);
+    commands.methods(commands_methods);
     commands.build();
 }
 

@@ -207,10 +207,8 @@ void define_device_record()
                         "IODD device returned by Orvane.getDevices, Orvane.getConnectedDevice and "
                         "IoddMaster.getDevices.\n\nOrvane.connect connects to that device.");
     device.method(init_def);
-    for (const FunctionDef& def : properties)
-        device.property(def);
-    for (const FunctionDef& def : methods)
-        device.method(def);
+    device.properties(properties);
+    device.methods(methods);
     device.static_method(get_type_def).build();
 }
 

@@ -124,8 +124,7 @@ void define_device_status()
                         "For a device that is not connected, every attribute but connected answers "
                         "\"not connected\".");
     status.attribute("_notConnText", text("not connected")).method(init_def);
-    for (const FunctionDef& def : properties)
-        status.property(def);
+    status.properties(properties);
     status.method(repr_def).build();
 }
 

@@ -141,10 +141,8 @@ void define_event_record()
                        "IODD event returned by Orvane.readEvent, Orvane.getEventCollection, Orvane.waitEvent "
                        "and Orvane.eventCallback.");
     event.method(init_def);
-    for (const FunctionDef& def : properties)
-        event.property(def);
-    for (const FunctionDef& def : methods)
-        event.method(def);
+    event.properties(properties);
+    event.methods(methods);
     event.static_method(get_type_def);
     Py_XSETREF(iterated_item, make_function(item_at_def, "IoddEvent").release());
     event.build();

@@ -278,8 +278,7 @@ void define_driver_manager()
 {
     ClassBuilder manager("CommonDriverManager", {b_object}, "Manager for commonly used drivers.");
     manager.attribute("iodd", Py_None);
-    for (const FunctionDef& def : methods)
-        manager.method(def);
+    manager.methods(methods);
     add_port_methods(manager);
     add_rename_methods(manager);
     add_removal_methods(manager);

@@ -144,8 +144,7 @@ void define_driver_options()
     ClassBuilder options("DriverOptions", {reinterpret_cast<PyObject*>(&PyDict_Type)},
                          "Options per driver: driver name to that driver's options dict.");
     options.method(init_def).static_method(check_options_def);
-    for (const FunctionDef& def : methods)
-        options.method(def);
+    options.methods(methods);
     options.build();
 }
 

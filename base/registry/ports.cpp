@@ -105,8 +105,7 @@ const FunctionDef methods[] = {
 
 void registry::add_port_methods(ClassBuilder& manager)
 {
-    for (const FunctionDef& def : methods)
-        manager.method(def);
+    manager.methods(methods);
 }
 
 }  // namespace tess::body

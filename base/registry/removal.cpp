@@ -125,8 +125,7 @@ const FunctionDef methods[] = {
 
 void registry::add_removal_methods(ClassBuilder& manager)
 {
-    for (const FunctionDef& def : methods)
-        manager.method(def);
+    manager.methods(methods);
 }
 
 }  // namespace tess::body
