@@ -47,10 +47,7 @@ Ref matlab_convert(const Args& args)
 {
     Ref converted = Ref::borrow(args[0]);
     Ref arguments = Ref::steal(PyObject_GetIter(args[0]));
-    for (Py_ssize_t i = 0;; ++i) {
-        Ref arg = iterate_next(arguments);
-        if (!arg)
-            break;
+    for (Py_ssize_t i = 0; Ref arg = iterate_next(arguments); ++i) {
         if (isinstance_by(arg, is_float_type)) {
             make_writable(converted);
             set_item(converted, integer(i), Ref::steal(PyNumber_Long(arg)));
@@ -64,10 +61,7 @@ Ref matlab_convert(const Args& args)
             set_item(converted, integer(i), arg);
         }
         Ref values = Ref::steal(PyObject_GetIter(arg));
-        for (Py_ssize_t j = 0;; ++j) {
-            Ref value = iterate_next(values);
-            if (!value)
-                break;
+        for (Py_ssize_t j = 0; Ref value = iterate_next(values); ++j) {
             if (isinstance_by(value, is_float_type)) {
                 make_writable(converted);
                 set_item(arg, integer(j), Ref::steal(PyNumber_Long(value)));
