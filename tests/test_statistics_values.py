@@ -116,3 +116,59 @@ def test_classes():
         "Merged statistics"]
     assert T.StatMerge.__mro__[1] is T.Stat and T.Stat.mean.__doc__ == "Get mean value"
     assert list(vars(T.Stat())) == ["count", "min", "max", "_sum", "scale", "format", "hist"]
+
+
+class Recorded:
+    """A data descriptor that records what add writes through it."""
+    def __init__(self, writes):
+        self.writes = writes
+
+    def __set_name__(self, owner, name):
+        self.name = name
+
+    def __get__(self, obj, owner=None):
+        return obj.__dict__[self.name] if obj is not None else self
+
+    def __set__(self, obj, value):
+        self.writes.append((self.name, value))
+        obj.__dict__[self.name] = value
+
+
+def subclass_with_descriptor(writes):
+    class Figure(T.Stat):
+        count = Recorded(writes)
+    return Figure()
+
+
+def subclass_with_setattr(writes):
+    class Figure(T.Stat):
+        def __setattr__(self, name, value):
+            writes.append((name, value))
+            super().__setattr__(name, value)
+    return Figure()
+
+
+def descriptor_added_after_first_add(writes):
+    class Figure(T.Stat):
+        pass
+    figure = Figure()
+    figure.add(0)
+    Figure.max = Recorded(writes)
+    Figure.max.__set_name__(Figure, "max")
+    return figure
+
+
+@pytest.mark.parametrize("make, name, values", [
+    (subclass_with_descriptor, "count", [1, 2]),
+    (subclass_with_setattr, "_sum", [7, 15]),
+    (descriptor_added_after_first_add, "max", [7, 8]),
+])
+def test_add_respects_attribute_hooks_of_subclasses(make, name, values):
+    writes = []
+    figure = make(writes)
+    writes.clear()
+    figure.add(7)
+    # A plain figure used in between does not change the subclass's path.
+    T.Stat().add(1)
+    figure.add(8)
+    assert [value for written, value in writes if written == name] == values

@@ -3,6 +3,8 @@
 // every figure in a report is a str and only `count` stays a number.
 #include "statistics.hpp"
 
+#include "../instance_fields.hpp"
+
 namespace tess::body {
 namespace {
 using namespace stats;
@@ -30,18 +32,21 @@ void init_stat(PyObject* self, Borrowed scale, Borrowed pattern, Borrowed hist_s
     setattr(self, n_hist, truthy(hist_size) ? call(g_deque.get(), {list(), hist_size}) : none());
 }
 
-// self.<name> += amount
-void grow(PyObject* self, const Name& name, Borrowed amount)
+// What add and _addStat update, on every value of the traffic.
+InstanceFields figure_fields{&n_count, &n_sum, &n_min, &n_max, &n_hist};
+using Fields = InstanceFields::Access;
+
+// figure.<name> += amount
+void grow(const Fields& figure, const Name& name, Borrowed amount)
 {
-    Ref current = getattr(self, name);
-    setattr(self, name, Ref::steal(PyNumber_InPlaceAdd(current, amount)));
+    figure.set(name, Ref::steal(PyNumber_InPlaceAdd(figure.get(name), amount)));
 }
 
-// if candidate <op> self.<name>: self.<name> = candidate
-void take_if(PyObject* self, const Name& name, Borrowed candidate, int op)
+// if candidate <op> figure.<name>: figure.<name> = candidate
+void take_if(const Fields& figure, const Name& name, Borrowed candidate, int op)
 {
-    if (compare(candidate, getattr(self, name), op))
-        setattr(self, name, candidate);
+    if (compare(candidate, figure.get(name), op))
+        figure.set(name, candidate);
 }
 
 // format % (value * scale)
@@ -58,15 +63,15 @@ Ref stat_init(const Args& args)
 
 Ref add(const Args& args)
 {
-    PyObject* self = args[0];
+    Fields figure = figure_fields.of(args[0]);
     PyObject* value = args[1];
-    grow(self, n_count, integer(1));
-    grow(self, n_sum, value);
-    take_if(self, n_min, value, Py_LT);
-    take_if(self, n_max, value, Py_GT);
+    grow(figure, n_count, integer(1));
+    grow(figure, n_sum, value);
+    take_if(figure, n_min, value, Py_LT);
+    take_if(figure, n_max, value, Py_GT);
     // The test is on the deque's truth: a history grows only once a caller
     // has put a first entry into it.
-    Ref hist = getattr(self, n_hist);
+    Ref hist = figure.get(n_hist);
     if (truthy(hist))
         call_method(hist, n_append, {value});
     return none();
@@ -150,10 +155,11 @@ Ref add_stat(const Args& args)
         setattr(self, n_format, getattr(stat, n_format));
         setattr(self, n_inited, Py_True);
     }
-    grow(self, n_count, getattr(stat, n_count));
-    grow(self, n_sum, getattr(stat, n_sum));
-    take_if(self, n_min, getattr(stat, n_min), Py_LT);
-    take_if(self, n_max, getattr(stat, n_max), Py_GT);
+    Fields merged = figure_fields.of(self);
+    grow(merged, n_count, getattr(stat, n_count));
+    grow(merged, n_sum, getattr(stat, n_sum));
+    take_if(merged, n_min, getattr(stat, n_min), Py_LT);
+    take_if(merged, n_max, getattr(stat, n_max), Py_GT);
     return none();
 }
 
