@@ -51,7 +51,6 @@ inline const Figure port_report[] = {
 // Statistics.<name>, looked up at each use like any module name.
 inline Ref statistics_member(const Name& name) { return getattr(g_Statistics.get(), name); }
 
-
 // for element in iterable: visit(element)
 template <typename Visit>
 void for_each(Borrowed iterable, Visit&& visit)
