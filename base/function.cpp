@@ -1,5 +1,6 @@
 #include "function.hpp"
 
+#include "recursion.hpp"
 #include "traceback.hpp"
 
 #include <cstddef>
@@ -174,6 +175,7 @@ PyObject* FunctionObject::call(PyObject* self, PyObject* const* stack, size_t na
 {
     auto* function = reinterpret_cast<FunctionObject*>(self);
     try {
+        RecursionGuard depth;
         Args args(self, function->param_count());
         function->bind(args, stack, PyVectorcall_NARGS(nargsf), kwnames);
         return function->implementation(args).release();

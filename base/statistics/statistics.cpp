@@ -3,6 +3,8 @@
 // of the other files share its Stat objects and port dictionaries.
 #include "statistics.hpp"
 
+#include "../recursion.hpp"
+
 namespace tess::body {
 
 namespace stats {
@@ -198,11 +200,7 @@ void clear_figure(PyObject* figure)
         call_method(figure, n_clear);
         return;
     }
-    if (Py_EnterRecursiveCall(" while clearing statistics"))
-        throw_python_error();
-    struct Leave {
-        ~Leave() { Py_LeaveRecursiveCall(); }
-    } leave;
+    RecursionGuard depth;
     for_each(call_method(figure, n_values), clear_figure);
 }
 
