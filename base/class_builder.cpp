@@ -1,5 +1,7 @@
 #include "class_builder.hpp"
 
+#include "property.hpp"
+
 namespace tess {
 
 namespace {
@@ -48,9 +50,8 @@ ClassBuilder& ClassBuilder::static_method(const FunctionDef& def)
 
 ClassBuilder& ClassBuilder::property(const FunctionDef& getter, const FunctionDef* setter)
 {
-    Ref get = function(getter);
-    Ref value = setter ? call(b_property, {get, function(*setter)}) : call(b_property, {get});
-    check(PyDict_SetItemString(namespace_, getter.name, value));
+    Ref set = setter ? function(*setter) : Ref();
+    check(PyDict_SetItemString(namespace_, getter.name, make_property(function(getter), set)));
     return *this;
 }
 

@@ -1,6 +1,7 @@
 #include "function.hpp"
 
 #include "recursion.hpp"
+#include "small_vector.hpp"
 #include "traceback.hpp"
 
 #include <cstddef>
@@ -42,34 +43,51 @@ const char* project_path(const char* file)
     return at == std::string_view::npos ? file : file + at + 1;
 }
 
-}  // namespace
+Ref interned(const char* value) { return Ref::steal(PyUnicode_InternFromString(value)); }
 
-struct FunctionObject {
-    PyObject_HEAD
-    vectorcallfunc vectorcall;
-    // Copied from the FunctionDef, which need not outlive the function.
+// What all function objects made from one definition share, as Python
+// functions share their code object.  Owned by the function made by
+// make_function; closures keep that one alive.
+struct Code {
     Implementation implementation;
     unsigned star;
-    std::size_t count;
-    const char* bare_name;  // UTF-8 of `name`, for the TypeError texts
+    std::size_t required = 0;
+    std::vector<PyObject*> names;     // interned
+    std::vector<PyObject*> defaults;  // one per parameter, NULL where required
+    std::string bare_name;            // for the TypeError texts
+    std::string dotted_name;          // for traceback entries
     const char* file;
     int line;
-    PyObject* name;
-    PyObject* qualname;
-    PyObject* module;
-    PyObject* doc;
-    PyObject** defaults;  // one per parameter, NULL where required
-    std::size_t required;
-    std::string* dotted_name;
-    PyCodeObject* code;  // made at the first traceback entry
+    PyCodeObject* traceback_code = nullptr;  // made at the first traceback entry
+    PyObject* signature = nullptr;           // made when first asked for
 
-    std::size_t param_count() const noexcept { return count; }
+    std::size_t count() const noexcept { return names.size(); }
+
+    ~Code()
+    {
+        for (PyObject* object : names)
+            Py_XDECREF(object);
+        for (PyObject* object : defaults)
+            Py_XDECREF(object);
+        Py_XDECREF(traceback_code);
+        Py_XDECREF(signature);
+    }
+
+    // A call with these arguments binds by position alone: the arguments are
+    // the caller's own array, and any surplus is the *args tail.
+    bool binds_by_position(Py_ssize_t given, PyObject* kwnames) const noexcept
+    {
+        if (kwnames || (star & star_kwargs))
+            return false;
+        const auto expected = static_cast<Py_ssize_t>(count());
+        return given == expected || ((star & star_args) && given > expected);
+    }
 
     // "f() takes exactly 2 positional arguments (1 given)", with the word and
     // number chosen by what kind of signature f has and which way it failed.
     [[noreturn]] void refuse_count(Py_ssize_t given) const
     {
-        const bool fixed = required == param_count() && !(star & star_args);
+        const bool fixed = required == count() && !(star & star_args);
         const char* word;
         std::size_t expected;
         if (fixed) {
@@ -80,60 +98,45 @@ struct FunctionObject {
             expected = required;
         } else {
             word = "at most";
-            expected = param_count();
+            expected = count();
         }
-        raise_format(PyExc_TypeError, "%.200s() takes %.8s %zd positional argument%.1s (%zd given)", bare_name, word,
-                     static_cast<Py_ssize_t>(expected), expected == 1 ? "" : "s", given);
+        raise_format(PyExc_TypeError, "%.200s() takes %.8s %zd positional argument%.1s (%zd given)",
+                     bare_name.c_str(), word, static_cast<Py_ssize_t>(expected), expected == 1 ? "" : "s", given);
     }
 
     // Index of the parameter called `key`, or -1.  Names are interned, so the
     // pointer test nearly always decides; equality covers built-up strings.
-    Py_ssize_t find_param(PyObject* key, PyObject* const* names) const
+    Py_ssize_t find_param(PyObject* key) const
     {
-        const Py_ssize_t count = static_cast<Py_ssize_t>(param_count());
-        for (Py_ssize_t i = 0; i < count; ++i)
+        for (std::size_t i = 0; i < count(); ++i)
             if (names[i] == key)
-                return i;
-        for (Py_ssize_t i = 0; i < count; ++i)
+                return static_cast<Py_ssize_t>(i);
+        for (std::size_t i = 0; i < count(); ++i)
             if (PyUnicode_Check(key) && PyUnicode_Compare(names[i], key) == 0)
-                return i;
+                return static_cast<Py_ssize_t>(i);
         return -1;
     }
 
-    void bind(Args& args, PyObject* const* stack, Py_ssize_t positional, PyObject* kwnames) const;
-    static PyObject* call(PyObject* self, PyObject* const* stack, size_t nargsf, PyObject* kwnames) noexcept;
+    void bind(PyObject** values, Ref& kwargs, PyObject* const* stack, Py_ssize_t positional, PyObject* kwnames) const;
+    Ref make_signature() const;
 };
 
-namespace {
-
-PyObject* const* param_names(const FunctionObject* function)
+void Code::bind(PyObject** values, Ref& kwargs, PyObject* const* stack, Py_ssize_t positional,
+                PyObject* kwnames) const
 {
-    // Stored right behind the defaults array; see make_function.
-    return function->defaults + function->param_count();
-}
-
-}  // namespace
-
-void FunctionObject::bind(Args& args, PyObject* const* stack, Py_ssize_t positional, PyObject* kwnames) const
-{
-    const std::size_t count = param_count();
-    const bool takes_rest = star & star_args;
-    if (static_cast<std::size_t>(positional) > count && !takes_rest)
+    if (static_cast<std::size_t>(positional) > count() && !(star & star_args))
         refuse_count(positional);
 
-    const std::size_t filled = std::min<std::size_t>(static_cast<std::size_t>(positional), count);
+    const std::size_t filled = std::min<std::size_t>(static_cast<std::size_t>(positional), count());
     for (std::size_t i = 0; i < filled; ++i)
-        args.values_[i] = stack[i];
-    if (takes_rest && static_cast<std::size_t>(positional) > count)
-        args.rest_ = {stack + count, stack + positional};
+        values[i] = stack[i];
     if (star & star_kwargs)
-        args.kwargs_ = dict();
+        kwargs = dict();
 
     const Py_ssize_t keywords = kwnames ? PyTuple_GET_SIZE(kwnames) : 0;
-    PyObject* const* names = param_names(this);
     PyObject* const* keyword_values = stack + positional;
     Py_ssize_t used = 0;
-    for (std::size_t i = filled; i < count; ++i) {
+    for (std::size_t i = filled; i < count(); ++i) {
         PyObject* value = nullptr;
         for (Py_ssize_t k = 0; k < keywords && !value; ++k)
             if (PyTuple_GET_ITEM(kwnames, k) == names[i])
@@ -149,7 +152,7 @@ void FunctionObject::bind(Args& args, PyObject* const* stack, Py_ssize_t positio
             refuse_count(static_cast<Py_ssize_t>(i));
         else
             value = defaults[i];
-        args.values_[i] = value;
+        values[i] = value;
     }
     if (used == keywords)
         return;
@@ -159,50 +162,121 @@ void FunctionObject::bind(Args& args, PyObject* const* stack, Py_ssize_t positio
     for (Py_ssize_t k = 0; k < keywords; ++k) {
         PyObject* key = PyTuple_GET_ITEM(kwnames, k);
         if (!PyUnicode_Check(key))
-            raise_format(PyExc_TypeError, "%.200s() keywords must be strings", bare_name);
-        const Py_ssize_t index = find_param(key, names);
+            raise_format(PyExc_TypeError, "%.200s() keywords must be strings", bare_name.c_str());
+        const Py_ssize_t index = find_param(key);
         if (index >= positional)
             continue;
         if (index >= 0)
-            raise_format(PyExc_TypeError, "%s() got multiple values for keyword argument '%U'", bare_name, key);
-        if (!args.kwargs_)
-            raise_format(PyExc_TypeError, "%s() got an unexpected keyword argument '%U'", bare_name, key);
-        check(PyDict_SetItem(args.kwargs_, key, keyword_values[k]));
+            raise_format(PyExc_TypeError, "%s() got multiple values for keyword argument '%U'", bare_name.c_str(),
+                         key);
+        if (!kwargs)
+            raise_format(PyExc_TypeError, "%s() got an unexpected keyword argument '%U'", bare_name.c_str(), key);
+        check(PyDict_SetItem(kwargs, key, keyword_values[k]));
     }
 }
+
+Name n_inspect("inspect"), n_Parameter("Parameter"), n_Signature("Signature"), n_default("default"),
+    n_POSITIONAL_OR_KEYWORD("POSITIONAL_OR_KEYWORD"), n_VAR_POSITIONAL("VAR_POSITIONAL"),
+    n_VAR_KEYWORD("VAR_KEYWORD"), n_args("args"), n_kwargs("kwargs");
+
+// inspect.Signature of the parameters, with the very default objects.
+Ref Code::make_signature() const
+{
+    Ref inspect = Ref::steal(PyImport_Import(n_inspect));
+    Ref parameter = getattr(inspect, n_Parameter);
+    Ref by_either = getattr(parameter, n_POSITIONAL_OR_KEYWORD);
+    Ref parameters = list();
+    for (std::size_t i = 0; i < count(); ++i) {
+        Ref each = defaults[i] ? call(parameter, {names[i], by_either}, {{n_default, defaults[i]}})
+                               : call(parameter, {names[i], by_either});
+        check(PyList_Append(parameters, each));
+    }
+    if (star & star_args)
+        check(PyList_Append(parameters, call(parameter, {n_args, getattr(parameter, n_VAR_POSITIONAL)})));
+    if (star & star_kwargs)
+        check(PyList_Append(parameters, call(parameter, {n_kwargs, getattr(parameter, n_VAR_KEYWORD)})));
+    return call(getattr(inspect, n_Signature), {parameters});
+}
+
+}  // namespace
+
+struct FunctionObject {
+    PyObject_HEAD
+    vectorcallfunc vectorcall;
+    Code* code;
+    PyObject* owner;  // the function that owns `code`, for closures; NULL for that one itself
+    PyObject* name;
+    PyObject* qualname;
+    PyObject* module;
+    PyObject* doc;
+    PyObject* closure;
+
+    static PyObject* call(PyObject* self, PyObject* const* stack, size_t nargsf, PyObject* kwnames) noexcept;
+};
 
 PyObject* FunctionObject::call(PyObject* self, PyObject* const* stack, size_t nargsf, PyObject* kwnames) noexcept
 {
     auto* function = reinterpret_cast<FunctionObject*>(self);
+    const Code& code = *function->code;
+    const Py_ssize_t given = PyVectorcall_NARGS(nargsf);
     try {
         RecursionGuard depth;
-        Args args(self, function->param_count());
-        function->bind(args, stack, PyVectorcall_NARGS(nargsf), kwnames);
-        return function->implementation(args).release();
+        if (code.binds_by_position(given, kwnames)) {
+            std::span<PyObject* const> rest(stack + code.count(), stack + given);
+            return code.implementation(Args(stack, rest, nullptr, function->closure)).release();
+        }
+        SmallVector<PyObject*, 12> values(code.count());
+        Ref kwargs;
+        code.bind(values.data(), kwargs, stack, given, kwnames);
+        std::span<PyObject* const> rest;
+        if (static_cast<std::size_t>(given) > code.count())
+            rest = {stack + code.count(), stack + given};
+        return code.implementation(Args(values.data(), rest, kwargs.get(), function->closure)).release();
     } catch (const PythonError&) {
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
     }
-    add_traceback_entry(&function->code, function->dotted_name->c_str(), function->file, function->line);
+    add_traceback_entry(&function->code->traceback_code, code.dotted_name.c_str(), code.file, code.line);
     return nullptr;
 }
 
 namespace {
 
+FunctionObject* as_function(PyObject* self) { return reinterpret_cast<FunctionObject*>(self); }
+
+int function_traverse(PyObject* self, visitproc visit, void* arg)
+{
+    FunctionObject* function = as_function(self);
+    Py_VISIT(Py_TYPE(self));
+    Py_VISIT(function->owner);
+    Py_VISIT(function->doc);
+    Py_VISIT(function->closure);
+    if (!function->owner && function->code)
+        for (PyObject* value : function->code->defaults)
+            Py_VISIT(value);
+    return 0;
+}
+
+int function_clear(PyObject* self)
+{
+    FunctionObject* function = as_function(self);
+    Py_CLEAR(function->doc);
+    Py_CLEAR(function->closure);
+    return 0;
+}
+
 void function_dealloc(PyObject* self)
 {
-    auto* function = reinterpret_cast<FunctionObject*>(self);
+    FunctionObject* function = as_function(self);
+    PyObject_GC_UnTrack(self);
+    function_clear(self);
     Py_XDECREF(function->name);
     Py_XDECREF(function->qualname);
     Py_XDECREF(function->module);
-    Py_XDECREF(function->doc);
-    Py_XDECREF(function->code);
-    if (function->defaults) {
-        for (std::size_t i = 0; i < 2 * function->param_count(); ++i)
-            Py_XDECREF(function->defaults[i]);
-        delete[] function->defaults;
-    }
-    delete function->dotted_name;
+    if (function->owner)
+        Py_DECREF(function->owner);
+    else
+        delete function->code;
     PyTypeObject* type = Py_TYPE(self);
     type->tp_free(self);
     Py_DECREF(type);
@@ -218,14 +292,38 @@ PyObject* function_get(PyObject* self, PyObject* instance, PyObject*)
 
 PyObject* function_repr(PyObject* self)
 {
-    return PyUnicode_FromFormat("<function %U at %p>", reinterpret_cast<FunctionObject*>(self)->qualname, self);
+    return PyUnicode_FromFormat("<function %U at %p>", as_function(self)->qualname, self);
 }
 
 // Pickled, and copied, by reference to its qualified name, as functions are.
-PyObject* function_reduce(PyObject* self, PyObject*)
+PyObject* function_reduce(PyObject* self, PyObject*) { return Py_NewRef(as_function(self)->qualname); }
+
+PyObject* function_signature(PyObject* self, void*)
 {
-    return Py_NewRef(reinterpret_cast<FunctionObject*>(self)->qualname);
+    Code& code = *as_function(self)->code;
+    try {
+        if (!code.signature)
+            code.signature = code.make_signature().release();
+        return Py_NewRef(code.signature);
+    } catch (const PythonError&) {
+        return nullptr;
+    }
 }
+
+// The defaults of the trailing parameters, as a Python function shows them.
+PyObject* function_defaults(PyObject* self, void*)
+{
+    const Code& code = *as_function(self)->code;
+    if (code.required == code.count())
+        Py_RETURN_NONE;
+    try {
+        return tuple(std::span<PyObject* const>(code.defaults).subspan(code.required)).release();
+    } catch (const PythonError&) {
+        return nullptr;
+    }
+}
+
+PyObject* function_no_keyword_defaults(PyObject*, void*) { Py_RETURN_NONE; }
 
 PyMethodDef function_methods[] = {
     {"__reduce__", function_reduce, METH_NOARGS, nullptr},
@@ -241,12 +339,22 @@ PyMemberDef function_members[] = {
     {nullptr, 0, 0, 0, nullptr},
 };
 
+PyGetSetDef function_getset[] = {
+    {"__signature__", function_signature, nullptr, nullptr, nullptr},
+    {"__defaults__", function_defaults, nullptr, nullptr, nullptr},
+    {"__kwdefaults__", function_no_keyword_defaults, nullptr, nullptr, nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr},
+};
+
 PyType_Slot function_slots[] = {
     {Py_tp_dealloc, reinterpret_cast<void*>(function_dealloc)},
+    {Py_tp_traverse, reinterpret_cast<void*>(function_traverse)},
+    {Py_tp_clear, reinterpret_cast<void*>(function_clear)},
     {Py_tp_descr_get, reinterpret_cast<void*>(function_get)},
     {Py_tp_repr, reinterpret_cast<void*>(function_repr)},
     {Py_tp_call, reinterpret_cast<void*>(PyVectorcall_Call)},
     {Py_tp_members, function_members},
+    {Py_tp_getset, function_getset},
     {Py_tp_methods, function_methods},
     {0, nullptr},
 };
@@ -255,14 +363,19 @@ PyType_Spec function_spec = {
     "vantrel.base.Tessarine.function",
     sizeof(FunctionObject),
     0,
-    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_VECTORCALL | Py_TPFLAGS_METHOD_DESCRIPTOR | Py_TPFLAGS_IMMUTABLETYPE |
-        Py_TPFLAGS_DISALLOW_INSTANTIATION,
+    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_HAVE_VECTORCALL | Py_TPFLAGS_METHOD_DESCRIPTOR |
+        Py_TPFLAGS_IMMUTABLETYPE | Py_TPFLAGS_DISALLOW_INSTANTIATION,
     function_slots,
 };
 
-Ref interned(const char* value)
+// A new, empty function object of the module's type; tracked once filled.
+FunctionObject* allocate_function(Ref& holder)
 {
-    return Ref::steal(PyUnicode_InternFromString(value));
+    holder = Ref::steal(PyType_GenericAlloc(function_type, 0));
+    PyObject_GC_UnTrack(holder);
+    FunctionObject* function = as_function(holder);
+    function->vectorcall = FunctionObject::call;
+    return function;
 }
 
 }  // namespace
@@ -273,38 +386,53 @@ void ready_function_type()
         function_type = reinterpret_cast<PyTypeObject*>(Ref::steal(PyType_FromSpec(&function_spec)).release());
 }
 
+bool is_function(PyObject* object) noexcept { return Py_IS_TYPE(object, function_type); }
+
+PyObject* call_function(PyObject* function, PyObject* const* arguments, std::size_t count) noexcept
+{
+    return FunctionObject::call(function, arguments, count, nullptr);
+}
+
 Ref make_function(const FunctionDef& def, std::string_view qualname_prefix)
 {
-    std::string qualname = qualname_prefix.empty() ? std::string(def.name)
-                                                   : std::string(qualname_prefix) + "." + def.name;
-    Ref object = Ref::steal(PyType_GenericAlloc(function_type, 0));
-    auto* function = reinterpret_cast<FunctionObject*>(object.get());
-    function->vectorcall = FunctionObject::call;
-    function->implementation = def.implementation;
-    function->star = def.star;
-    function->count = def.params.size();
-    function->file = project_path(def.where.file_name());
-    function->line = static_cast<int>(def.where.line());
-    function->dotted_name = new std::string(std::string(kModuleName) + "." + qualname);
-
-    // Defaults first, then the interned parameter names, in one array.
-    const std::size_t count = def.params.size();
-    function->defaults = new PyObject*[2 * count]();
-    for (std::size_t i = 0; i < count; ++i) {
-        const Param& param = def.params[i];
+    std::string qualname =
+        qualname_prefix.empty() ? std::string(def.name) : std::string(qualname_prefix) + "." + def.name;
+    Ref object;
+    FunctionObject* function = allocate_function(object);
+    function->code = new Code{.implementation = def.implementation,
+                              .star = def.star,
+                              .bare_name = def.name,
+                              .dotted_name = std::string(kModuleName) + "." + qualname,
+                              .file = project_path(def.where.file_name()),
+                              .line = static_cast<int>(def.where.line())};
+    Code& code = *function->code;
+    for (const Param& param : def.params) {
         if (param.value.required())
-            ++function->required;
-        else
-            function->defaults[i] = param.value.make().release();
-        function->defaults[count + i] = interned(param.name).release();
+            ++code.required;
+        code.defaults.push_back(param.value.required() ? nullptr : param.value.make().release());
+        code.names.push_back(interned(param.name).release());
     }
     function->name = interned(def.name).release();
-    function->bare_name = PyUnicode_AsUTF8(function->name);
-    if (!function->bare_name)
-        throw_python_error();
     function->qualname = text(qualname).release();
     function->module = interned(kModuleName).release();
     function->doc = def.doc ? text(def.doc).release() : Py_NewRef(Py_None);
+    PyObject_GC_Track(object);
+    return object;
+}
+
+Ref make_closure(Borrowed prototype, Borrowed closure)
+{
+    FunctionObject* original = as_function(prototype);
+    Ref object;
+    FunctionObject* function = allocate_function(object);
+    function->code = original->code;
+    function->owner = Py_NewRef(original->owner ? original->owner : prototype.get());
+    function->name = Py_NewRef(original->name);
+    function->qualname = Py_NewRef(original->qualname);
+    function->module = Py_NewRef(original->module);
+    function->doc = Py_NewRef(original->doc);
+    function->closure = Py_NewRef(closure.get());
+    PyObject_GC_Track(object);
     return object;
 }
 

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "operations.hpp"
-#include "small_vector.hpp"
 
 #include <source_location>
 #include <span>
@@ -67,28 +66,42 @@ struct FunctionDef {
 // from the caller (or from the function's defaults) for the call's duration.
 class Args {
 public:
+    Args(PyObject* const* values, std::span<PyObject* const> rest, PyObject* kwargs, PyObject* closure) noexcept
+        : values_(values), rest_(rest), kwargs_(kwargs), closure_(closure)
+    {
+    }
+
     PyObject* operator[](std::size_t index) const noexcept { return values_[index]; }
     // The surplus positional arguments of a `*args` function, as passed.
     std::span<PyObject* const> rest() const noexcept { return rest_; }
     Ref rest_tuple() const { return tuple(rest_); }
     // The surplus keyword arguments of a `**kwargs` function: a new dict.
-    PyObject* kwargs() const noexcept { return kwargs_.get(); }
-    // The function object being called.
-    PyObject* function() const noexcept { return function_; }
+    PyObject* kwargs() const noexcept { return kwargs_; }
+    // What a function made by make_closure carries.
+    PyObject* closure() const noexcept { return closure_; }
 
 private:
-    friend struct FunctionObject;
-    Args(PyObject* function, std::size_t count) : values_(count), function_(function) {}
-
-    SmallVector<PyObject*, 12> values_;
+    PyObject* const* values_;
     std::span<PyObject* const> rest_;
-    Ref kwargs_;
-    PyObject* function_;
+    PyObject* kwargs_;
+    PyObject* closure_;
 };
 
 // A new function object; `qualname_prefix` is the class's qualified name for
 // methods, empty for module functions.
 Ref make_function(const FunctionDef& def, std::string_view qualname_prefix = {});
+
+// A function that behaves as `prototype` and carries `closure` to its
+// implementation (Args::closure), as an inner function keeps the variables
+// of the one that made it.  Its __doc__ is its own.
+Ref make_closure(Borrowed prototype, Borrowed closure);
+
+// True for the module's own function objects.
+bool is_function(PyObject* object) noexcept;
+
+// function(*arguments) for one of the module's own function objects, as a
+// call from Python would run it, without the detour through vectorcall.
+PyObject* call_function(PyObject* function, PyObject* const* arguments, std::size_t count) noexcept;
 
 void ready_function_type();
 

@@ -2,6 +2,7 @@
 // that makes the module exist once however often it is imported.
 #include "Tessarine.hpp"
 #include "module_body.hpp"
+#include "property.hpp"
 #include "traceback.hpp"
 
 #include <cstdint>
@@ -78,6 +79,7 @@ int exec(PyObject* module)
         Name::intern_all();
         Builtin::fetch_all();
         ready_function_type();
+        ready_property_type();
         run_module_body();
         return 0;
     } catch (const PythonError&) {

@@ -2,6 +2,7 @@
 import builtins
 import copy
 import datetime
+import inspect
 import pickle
 import sys
 import traceback
@@ -105,3 +106,52 @@ def test_filtered_logging_reaches_a_replaced_log():
     Recording(-1).rw("x %s", 1)
     Recording(-1).debugExecute("call(%s)", "a")
     assert received == [(4, "R/W: ", "x %s", (1,)), (9, "DEBUG: calling ", "call(%s)", ("a",))]
+
+
+def module_callables():
+    function_type = type(T.toHex)
+    for name, value in vars(T).items():
+        members = vars(value).items() if isinstance(value, type) and value.__module__ == T.__name__ else ()
+        for owner, member in [(name, value)] + [(f"{name}.{key}", item) for key, item in members]:
+            if isinstance(member, staticmethod):
+                member = member.__func__
+            for each in (member.fget, member.fset) if isinstance(member, property) else (member,):
+                if type(each) is function_type:
+                    yield owner, each
+
+
+@pytest.mark.parametrize(
+    "function, text",
+    [
+        (T.RepeatTimer.__init__, "(self, name, interval, function, logger=None, *args, **kwargs)"),
+        (T.RepeatTimer, "(name, interval, function, logger=None, *args, **kwargs)"),
+        (T.Logger.info, "(self, msg, *args)"),
+        (T.Logger(3).info, "(msg, *args)"),
+        (T.readUrl, "(url, method='GET', **kwargs)"),
+        (T.Statistics.getDeviceSel, "(drv, port=None, address=None)"),
+        (T.IoddDev.vendorId.fget, "(self)"),
+    ],
+)
+def test_signatures(function, text):
+    assert str(inspect.signature(function)) == text
+
+
+def test_every_function_has_a_signature_with_its_very_defaults():
+    found = dict(module_callables())
+    assert len(found) > 250
+    for owner, function in found.items():
+        inspect.signature(function)
+    default_logger = inspect.signature(T.ErrorHandler).parameters["logger"].default
+    assert type(default_logger) is T.Logger and T.ErrorHandler()._logger is default_logger
+    assert T.toHex.__defaults__ == ("0x",) and T.equals.__defaults__ is None and T.toHex.__kwdefaults__ is None
+
+
+def test_computed_attributes_are_properties():
+    vendor = vars(T.IoddDev)["vendorId"]
+    assert isinstance(vendor, property) and vendor.fset is None and vendor.__doc__ == vendor.fget.__doc__
+    device = T.IoddDev(None, "a", 1, None, None, page1={"Vendor ID": 7})
+    assert (vendor.__get__(device), vendor.__get__(None, T.IoddDev)) == (7, vendor)
+    replaced = vendor.getter(lambda self: "mine")
+    assert isinstance(replaced, type(vendor)) and replaced.__get__(device) == "mine"
+    with pytest.raises(AttributeError):
+        device.vendorId = 1

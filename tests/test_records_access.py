@@ -69,11 +69,13 @@ def test_failed_variable_write():
 
 
 def test_accessor_without_reference():
+    # Reading _ioc falls back to __getattr__, which reads _ioc again: the
+    # recursion ends at the recursion limit, as it does in Python.
     variables = T._IoddVarAccess(Device())
     object.__delattr__(variables, "_ioc")
-    with pytest.raises(AttributeError):
+    with pytest.raises(RecursionError):
         variables.anything
-    with pytest.raises(AttributeError):
+    with pytest.raises(RecursionError):
         variables.anything = 1
 
 
@@ -86,6 +88,23 @@ def test_system_commands():
     assert (restore(), restore()) == (3, 4)
     assert dev.calls[2:] == [("sysCmd", "restore")] * 2
     assert dir(commands) == ["Reset_ae", "subIdx_2"]
+
+
+def test_system_command_takes_no_arguments():
+    restore = T._IoddSysAccess(Device()).restore
+    with pytest.raises(TypeError) as refused:
+        restore(1)
+    assert str(refused.value) == "ret() takes exactly 0 positional arguments (1 given)"
+    assert restore.__qualname__ == "_IoddSysAccess.__getattr__.<locals>.ret"
+
+
+def test_system_command_runs_on_the_current_reference():
+    commands = T._IoddSysAccess(Device())
+    restore = commands.restore
+    other = Device()
+    object.__setattr__(commands, "_ioc", other)
+    restore()
+    assert other.calls == [("sysCmd", "restore")]
 
 
 @pytest.mark.parametrize("name", ["_ioc", "restore"])

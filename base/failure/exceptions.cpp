@@ -3,6 +3,7 @@
 // always the direct base), looked up in the module at each call as the
 // package's code expects.
 #include "../Tessarine.hpp"
+#include "../small_vector.hpp"
 
 namespace tess::body {
 namespace {

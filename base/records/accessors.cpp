@@ -26,17 +26,13 @@ Ref init(const Args& args)
     return none();
 }
 
-// Inside __getattr__, `_ioc` must not fall back to __getattr__ itself: an
-// accessor without it would otherwise recurse without end.
-Ref own_ioc(PyObject* self) { return Ref::steal(PyObject_GenericGetAttr(self, n_ioc)); }
-
 Ref variable_names(const Args& args)
 {
     return call(getattr(getattr(args[0], n_ioc), n_getVariableNames), {},
                 {{n_sort, Py_True}, {n_matlabNaming, Py_True}});
 }
 
-Ref read_variable(const Args& args) { return call_method(own_ioc(args[0]), n_read, {args[1]}); }
+Ref read_variable(const Args& args) { return call_method(getattr(args[0], n_ioc), n_read, {args[1]}); }
 
 Ref write_variable(const Args& args)
 {
@@ -61,22 +57,25 @@ Ref command_names(const Args& args)
     return converted;
 }
 
-// What calling a system command attribute runs: it keeps the accessor and the
-// name, so the command is looked up anew at each call.
-Ref run_command(const Args& args) { return call_method(getattr(args[0], n_ioc), n_sysCmd, {args[1]}); }
+// What calling a system command attribute runs: the closure keeps the
+// accessor and the name, so the accessor's reference at the time of the call
+// runs the command.
+Ref run_command(const Args& args)
+{
+    PyObject* accessor = PyTuple_GET_ITEM(args.closure(), 0);
+    PyObject* name = PyTuple_GET_ITEM(args.closure(), 1);
+    return call_method(getattr(accessor, n_ioc), n_sysCmd, {name});
+}
 
-const FunctionDef run_command_def{
-    .name = "ret", .params = {{"self"}, {"name"}}, .implementation = run_command};
-// Made by the definer and kept for the life of the process.
-PyObject* command_runner = nullptr;
-PyObject* partial_type = nullptr;
+const FunctionDef run_command_def{.name = "ret", .params = {}, .implementation = run_command};
+PyObject* command_runner = nullptr;  // made by the definer, kept for the life of the process
 
 Ref command(const Args& args)
 {
     PyObject* self = args[0];
     PyObject* name = args[1];
-    Ref runner = call(partial_type, {command_runner, self, name});
-    Ref ioc = own_ioc(self);
+    Ref runner = make_closure(command_runner, tuple({self, name}));
+    Ref ioc = getattr(self, n_ioc);
     Ref index = integer(kSystemCommandIndex);
     Ref value = call_method(ioc, n_getValue, {index, name});
     Ref full_name = call_method(ioc, n_getValue, {index, value});
@@ -174,8 +173,6 @@ void define_accessors()
     commands.method(accessor_init_def);
     commands.methods(sys_methods);
     commands.build();
-    Ref functools = Ref::steal(PyImport_ImportModule("functools"));
-    Py_XSETREF(partial_type, getattr(functools, text("partial")).release());
     Py_XSETREF(command_runner, make_function(run_command_def, "_IoddSysAccess.__getattr__.<locals>").release());
 
     ClassBuilder locks("AccessLocks", {b_object}, "Device access locks returned by Orvane.accessLocks.");

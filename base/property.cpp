@@ -1,0 +1,119 @@
+#include "property.hpp"
+
+#include "function.hpp"
+#include "names.hpp"
+
+#include <cstddef>
+
+namespace tess {
+namespace {
+
+PyTypeObject* property_type = nullptr;
+
+// What this subclass adds to a property.
+struct Extra {
+    PyObject* getter;  // fget when it is the module's own function (borrowed from fget), else NULL
+    PyObject* doc;     // a property subclass keeps __doc__ in its instance
+};
+
+PyTypeObject* base() { return property_type->tp_base; }
+
+Extra* extra(PyObject* self) { return static_cast<Extra*>(PyObject_GetTypeData(self, property_type)); }
+
+Name n_fget("fget");
+
+// property.__init__, then the getter is taken note of; re-running __init__
+// on the object brings the note up to date.
+int property_init(PyObject* self, PyObject* args, PyObject* kwargs)
+{
+    extra(self)->getter = nullptr;
+    if (base()->tp_init(self, args, kwargs) < 0)
+        return -1;
+    PyObject* getter = PyObject_GetAttr(self, n_fget);
+    if (!getter)
+        return -1;
+    if (is_function(getter))
+        extra(self)->getter = getter;
+    Py_DECREF(getter);  // the property holds it
+    return 0;
+}
+
+PyObject* property_get(PyObject* self, PyObject* instance, PyObject* owner)
+{
+    PyObject* getter = extra(self)->getter;
+    if (!getter || !instance || instance == Py_None)
+        return base()->tp_descr_get(self, instance, owner);
+    return call_function(getter, &instance, 1);
+}
+
+int property_traverse(PyObject* self, visitproc visit, void* arg)
+{
+    Py_VISIT(Py_TYPE(self));
+    Py_VISIT(extra(self)->doc);
+    return base()->tp_traverse(self, visit, arg);
+}
+
+int property_clear(PyObject* self)
+{
+    Py_CLEAR(extra(self)->doc);
+    extra(self)->getter = nullptr;
+    return base()->tp_clear(self);
+}
+
+// As for any heap subclass: what this class adds goes first, then the base
+// deallocates, expecting the object still tracked.
+void property_dealloc(PyObject* self)
+{
+    PyTypeObject* type = Py_TYPE(self);
+    PyObject_GC_UnTrack(self);
+    Py_CLEAR(extra(self)->doc);
+    PyObject_GC_Track(self);
+    base()->tp_dealloc(self);
+    Py_DECREF(type);
+}
+
+PyMemberDef property_members[] = {
+    {"__doc__", Py_T_OBJECT_EX, offsetof(Extra, doc), Py_RELATIVE_OFFSET, nullptr},
+    {nullptr, 0, 0, 0, nullptr},
+};
+
+PyType_Slot property_slots[] = {
+    {Py_tp_init, reinterpret_cast<void*>(property_init)},
+    {Py_tp_descr_get, reinterpret_cast<void*>(property_get)},
+    {Py_tp_traverse, reinterpret_cast<void*>(property_traverse)},
+    {Py_tp_clear, reinterpret_cast<void*>(property_clear)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(property_dealloc)},
+    {Py_tp_members, property_members},
+    {0, nullptr},
+};
+
+PyType_Spec property_spec = {
+    "vantrel.base.Tessarine.property",
+    -static_cast<int>(sizeof(Extra)),
+    0,
+    Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_IMMUTABLETYPE,
+    property_slots,
+};
+
+}  // namespace
+
+void ready_property_type()
+{
+    if (property_type)
+        return;
+    property_type = reinterpret_cast<PyTypeObject*>(
+        Ref::steal(PyType_FromSpecWithBases(&property_spec, b_property)).release());
+}
+
+Ref make_property(Borrowed getter, Borrowed setter)
+{
+    PyObject* type = reinterpret_cast<PyObject*>(property_type);
+    return setter.get() ? call(type, {getter, setter}) : call(type, {getter});
+}
+
+PyObject* own_getter(PyObject* descriptor) noexcept
+{
+    return Py_IS_TYPE(descriptor, property_type) ? extra(descriptor)->getter : nullptr;
+}
+
+}  // namespace tess
