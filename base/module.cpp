@@ -78,6 +78,7 @@ int exec(PyObject* module)
         warn_on_version_mismatch();
         Name::intern_all();
         Builtin::fetch_all();
+        check_instance_layout();
         ready_function_type();
         ready_property_type();
         run_module_body();

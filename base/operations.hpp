@@ -2,6 +2,7 @@
 // instead of returning NULL.
 #pragma once
 
+#include "attributes.hpp"
 #include "names.hpp"
 
 #include <initializer_list>

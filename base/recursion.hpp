@@ -16,7 +16,9 @@ public:
     RecursionGuard()
     {
         tstate_ = PyThreadState_GetUnchecked();
-        if (tstate_->py_recursion_remaining-- <= 0 || stack_exhausted())
+        const int remaining = tstate_->py_recursion_remaining--;
+        // The stack is worth a look only once calls have nested a while.
+        if (remaining <= 0 || (tstate_->py_recursion_limit - remaining > kShallow && stack_exhausted()))
             refuse();
     }
     ~RecursionGuard() { ++tstate_->py_recursion_remaining; }
@@ -24,6 +26,7 @@ public:
     RecursionGuard& operator=(const RecursionGuard&) = delete;
 
 private:
+    static constexpr int kShallow = 50;
     static bool stack_exhausted() noexcept;
     [[noreturn]] void refuse();
 
