@@ -73,10 +73,11 @@ Ref matlab_convert(const Args& args)
     return converted;
 }
 
-// text.replace(old, new), straight to the str implementation for plain str.
+// text.replace(old, new), straight to the str implementation for plain str
+// and str arguments; anything else gets the method and its own refusals.
 Ref replaced(Borrowed text, Borrowed old, Borrowed replacement)
 {
-    if (PyUnicode_CheckExact(text.get()))
+    if (PyUnicode_CheckExact(text.get()) && PyUnicode_Check(old.get()) && PyUnicode_Check(replacement.get()))
         return Ref::steal(PyUnicode_Replace(text, old, replacement, -1));
     return call_method(text, n_replace, {old, replacement});
 }

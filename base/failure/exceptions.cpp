@@ -128,10 +128,10 @@ Ref error_code_of(PyObject* message)
 {
     if (PyLong_Check(message))
         return Ref::borrow(message);
-    Ref high = Ref::steal(PySequence_GetItem(message, 0));
-    Ref low = Ref::steal(PySequence_GetItem(message, 1));
-    Ref shifted = Ref::steal(PyNumber_Multiply(high, integer(256)));
-    return Ref::steal(PyNumber_Add(shifted, low));
+    // message[0] * 256 + message[1], step by step: the product fails before
+    // the second item is asked for.
+    Ref shifted = binary(item(message, integer(0)), integer(256), PyNumber_Multiply);
+    return binary(shifted, item(message, integer(1)), PyNumber_Add);
 }
 
 Ref io_link_init(const Args& args)

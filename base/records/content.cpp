@@ -82,7 +82,7 @@ Ref commands_representation(const Args& args)
 {
     Ref master = getattr(args[0], n_master);
     Ref prefix = truthy(master) ? concat({call_method(master, n_driverName), n_blank}) : Ref::borrow(n_empty);
-    return percent(n_repr_format, tuple({prefix}));
+    return percent(n_repr_format, prefix);
 }
 
 const FunctionDef content_init_def{

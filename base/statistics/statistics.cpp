@@ -86,11 +86,17 @@ Ref base_init(const Args& args)
     return none();
 }
 
+// KeyError(format % name), the name formatted as the caller gave it.
+[[noreturn]] void raise_not_found(const char* format, Borrowed name)
+{
+    raise_object(call(PyExc_KeyError, {percent(text(format), name)}));
+}
+
 Ref get_statistic(const Args& args)
 {
     Ref value = getattr_optional(args[0], args[1]);
     if (!value)
-        raise_format(PyExc_KeyError, "Statistic not found: %S", args[1]);
+        raise_not_found("Statistic not found: %s", args[1]);
     return value;
 }
 
@@ -153,7 +159,7 @@ void require_known(Borrowed names, Borrowed known, const char* message)
 {
     for_each(names, [&](PyObject* name) {
         if (!contains(known, name))
-            raise_format(PyExc_KeyError, message, name);
+            raise_not_found(message, name);
     });
 }
 
@@ -165,9 +171,9 @@ Ref clear(const Args& args)
     const bool by_driver = truthy(driver);
     const bool by_addr = truthy(addr);
     if (by_driver)
-        require_known(driver, getattr(self, n_driverNames), "Driver not found: %S");
+        require_known(driver, getattr(self, n_driverNames), "Driver not found: %s");
     if (by_addr)
-        require_known(addr, getattr(self, n_addrPorts), "Address not found: %S");
+        require_known(addr, getattr(self, n_addrPorts), "Address not found: %s");
     for_each_named_figure(self, args[2], [&](Ref figure) {
         // devConnectDuration has no driver in its keys, so filters leave it
         // whole and it is emptied in full.
