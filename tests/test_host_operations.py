@@ -1,5 +1,6 @@
 """Where a text or value is made by one of the host's operations, the outcome is that operation's, errors included."""
 import datetime
+from unittest import mock
 
 import pytest
 
@@ -178,3 +179,33 @@ def test_stream_columns_index_rows_as_written():
     table._rows.append({0: "k0", 1: "k1"})
     assert table.datetimes == [stamp, "k0"] and table.times == [stamp.time(), "k0"]
     assert table.values == [1, "k1"]
+
+
+def claiming(cls, length=None, **attributes):
+    """An object that isinstance() takes for an instance of `cls`, as a mock with a spec is."""
+    claimer = mock.MagicMock(spec=cls, **attributes)
+    if length is not None:
+        claimer.__len__.return_value = length
+        claimer.__getitem__.side_effect = str
+    return claimer
+
+
+@pytest.mark.parametrize(
+    "check",
+    [
+        lambda: T.OrvaneException("x", claiming(int)).code.__class__ is int,
+        lambda: T.IOLinkException(claiming(int), claiming(object, _getErrorText=lambda code: "t")).message == "t",
+        lambda: T.IOLinkException("x", claiming(int)).code.__class__ is int,
+        lambda: T.ErrorHandler.logLevel.fset(T.ErrorHandler(logger=T.Logger(0)), claiming(int)) is None,
+        lambda: T.StatMerge([claiming(dict, values=lambda: [])]).getStat() is None,
+        lambda: outcome(lambda: T.Statistics([]).clear(addr=claiming(str, length=1)))[0] is KeyError,
+    ],
+)
+def test_type_tests_are_those_of_isinstance(check):
+    assert check()
+
+
+def test_syntax_error_position_of_a_tuple_like_value():
+    handler = T.ErrorHandler("lastError")
+    handler.handleError(Exception("a", claiming(tuple, length=4)))
+    assert handler.getErrorList() == ['a: File "0", line 1, col 2: 3']

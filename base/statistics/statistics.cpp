@@ -25,7 +25,7 @@ void put_leaves(Borrowed report, Borrowed self, Figures figures, Borrowed leaf)
 
 Ref listed_if_text(Borrowed value)
 {
-    if (truthy(value) && PyUnicode_Check(value.get()))
+    if (truthy(value) && isinstance_by(value, is_str_type))
         return list({value});
     return value.ref();
 }
@@ -40,7 +40,7 @@ void collect_stat_names(Borrowed self)
         if (check(PyUnicode_Tailmatch(name, n_underscore, 0, PY_SSIZE_T_MAX, -1)))
             return;
         Ref value = getattr(self, name);
-        if (PyDict_Check(value.get()) || is_instance(value, stat_class))
+        if (isinstance_by(value, is_dict_type) || is_instance(value, stat_class))
             check(PyList_Append(names, name));
     });
 }
@@ -49,10 +49,8 @@ Ref plain_repr(const Args& args) { return json_text(call_method(args[0], n_getSt
 
 Ref cached_view(Borrowed cache, Borrowed selector)
 {
-    PyObject* entry;
-    check(PyMapping_GetOptionalItem(cache, selector, &entry));
-    Ref view = Ref::steal_nullable(entry);
-    return view && truthy(view) ? view : Ref();
+    Ref view = mapping_get(cache, selector);
+    return truthy(view) ? view : Ref();
 }
 
 Ref address_ports(Borrowed self, Borrowed address)
@@ -202,7 +200,7 @@ Ref clear(const Args& args)
 // RecursionError rather than in a crash.
 void clear_figure(PyObject* figure)
 {
-    if (!PyDict_Check(figure)) {
+    if (!isinstance_by(figure, is_dict_type)) {
         call_method(figure, n_clear);
         return;
     }
