@@ -144,6 +144,12 @@ def test_statistics_filters_format_the_unknown_value_as_given(argument, text, na
     assert outcome(lambda: stats.clear(**{argument: [name]})) == outcome(expected)
 
 
+def prefixed_logger(prefix):
+    logger = T.Logger(3)
+    logger._prefix = prefix
+    return logger
+
+
 class Table:
     isDict = False
 
@@ -166,6 +172,10 @@ class Table:
         (lambda: T.ProcessDataStreamTable.isRaw.fget(Table({})),
          lambda: {}[0] == "hex"),
         (lambda: T.ProcessDataStreamTable.isRaw.fget(Table("hex")), lambda: "hex"[0] == "hex"),
+        # "[" + time + prefix + "] " + head + msg % args, left to right
+        (lambda: T.Logger(3).log(3, 5, "100%"), lambda: "[" + "t" + "" + "] " + 5 + "100%" % ()),
+        (lambda: prefixed_logger(5).info("100%"), lambda: "[" + "t" + 5 + "] " + "INFO: " + "100%" % ()),
+        (lambda: prefixed_logger(" p").info("100%"), lambda: "[" + "t" + " p" + "] " + "INFO: " + "100%" % ()),
     ],
 )
 def test_written_operations(module_call, written):

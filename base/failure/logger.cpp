@@ -64,8 +64,10 @@ Ref log(const Args& args)
     if (compare(getattr(self, n_logLevel), args[1], Py_LT))
         return none();
     Ref when = time_text(self);
-    Ref message = percent(args[3], args.rest_tuple());
-    call(b_print, {concat({n_open_bracket, when, getattr(self, n_prefix), n_close_bracket, args[2], message})});
+    // Joined left to right, as one `+` expression: the message is formatted
+    // only once the head has joined the line.
+    Ref line = concat({n_open_bracket, when, getattr(self, n_prefix), n_close_bracket, args[2]});
+    call(b_print, {concat({line, percent(args[3], args.rest_tuple())})});
     return none();
 }
 
