@@ -36,6 +36,79 @@ def test_a_failed_search_moves_on_to_the_next_line_with_the_name():
     assert T.find_line_data(lines, "key", 1, "<v>", "</v>", maxLines=1) == "7"
 
 
+def find_line_data_as_written(lines, name, addLines, prefix, suffix, maxLines=3):
+    for i in range(len(lines) - addLines):
+        if lines[i].find(name) >= 0:
+            for k in range(maxLines):
+                line = lines[i + addLines + k]
+                start = line.find(prefix)
+                if start < 0:
+                    continue
+                start += len(prefix)
+                text = line
+                for j in range(maxLines):
+                    end = text[start:].find(suffix)
+                    if end >= 0:
+                        return text[start:start + end].strip()
+                    line = lines[i + addLines + j + 1]
+                    text += line
+    return None
+
+
+def outcome(function, *args):
+    try:
+        return function(*args)
+    except Exception as error:
+        return type(error), str(error)
+
+
+@pytest.mark.parametrize(
+    "args",
+    [
+        # counts beyond any C integer, as the host's arithmetic takes them
+        (["name", "<v>1</v>"], "name", 2**31, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", 2**63, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", 2**100, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", -2**63, "<v>", "</v>"),
+        (["other", "<v>1</v>"], "name", -2**63, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", 1, "<v>", "</v>", 2**31),
+        (["name", "<v>1</v>"], "name", 1, "<v>", "</v>", 2**63),
+        (["name", "<v>a", "b</v>"], "name", 1, "<v>", "</v>", 2**63),
+        (["name", "nothing"], "name", 1, "<v>", "</v>", 2**63),
+        (["name", "<v>open"], "name", 1, "<v>", "</v>", 2**63),
+        (["name", "<v>1</v>"], "name", 1, "<v>", "</v>", -2**63),
+        # maxLines is read only once a line holds the name
+        (["x"], "N", 0, "P", "S", "z"),
+        ([], "N", 0, "P", "S", None),
+        (["N"], "N", 0, "P", "S", "z"),
+        (["N", "P"], "N", 1, "P", "S", 1.0),
+        # the host's own refusals and coercions
+        (["name", "<v>1</v>"], "name", 1.0, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", True, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", "1", "<v>", "</v>"),
+        (["name", "<v>1</v>"], 5, 1, "<v>", "</v>"),
+        (["name", "<v>1</v>"], "name", 1, None, "</v>"),
+        (["name", "<v>1</v>"], "name", 1, "<v>", None),
+        ([b"name", b"<v> 5 </v>"], b"name", 1, b"<v>", b"</v>"),
+        ([["name"], ["<v>", "x", "</v>"]], "name", 1, "<v>", "</v>"),
+        (("name", "<v>a", "", "b</v>"), "name", 1, "<v>", "</v>", 3),
+        (["name", "<v></v>"], "name", 1, "<v>", ""),
+    ],
+)
+def test_find_line_data_computes_as_written(args):
+    assert outcome(T.find_line_data, *args) == outcome(find_line_data_as_written, *args)
+
+
+def test_find_line_data_big_counts():
+    lines = ["name", "<v> 1 </v>"]
+    assert T.find_line_data(lines, "name", 2**63, "<v>", "</v>") is None
+    assert T.find_line_data(lines, "name", 1, "<v>", "</v>", 2**63) == "1"
+    with pytest.raises(IndexError):
+        T.find_line_data(lines, "name", -2**63, "<v>", "</v>")
+    assert T.find_line_data(["x"], "N", 0, "P", "S", "z") is None
+    assert T.find_line_data([], "N", 0, "P", "S", None) is None
+
+
 def test_filesha256_reads_in_blocks(tmp_path):
     path = tmp_path / "data.bin"
     content = os.urandom(2 * 1048576 + 123)

@@ -9,6 +9,7 @@ import pytest
 import urllib3
 
 import vantrel.base.Tessarine as T
+from conftest import run_python
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -144,19 +145,41 @@ def test_method_given_to_post_collides(post, inner):
         post("u", method="GET")
 
 
-def expected_text(error):
-    stack = traceback.format_stack()[:-2]
-    parts = stack + traceback.format_tb(error.__traceback__) + traceback.format_exception_only(type(error), error)
-    return ("Traceback (most recent call last):\n" + "".join(parts))[:-1]
+def rendered_in_place(stack):
+    """The steps of format_exception, on the stack taken where the module's function is called."""
+    entries = stack[:-2]
+    entries.extend(traceback.format_tb(sys.exc_info()[2]))
+    entries.extend(traceback.format_exception_only(sys.exc_info()[0], sys.exc_info()[1]))
+    return ("Traceback (most recent call last):\n" + "".join(entries))[:-1]
 
 
-def test_format_exception_describes_the_exception_being_handled():
+def handle_missing_key():
     try:
         {}["missing"]
     except KeyError as error:
-        text = T.format_exception(error)
-        assert text == T.format_exception(None) == expected_text(error)
-    assert text.endswith("KeyError: 'missing'") and "test_format_exception_describes" in text
+        stack = traceback.format_stack()
+        return T.format_exception(error), T.format_exception(None), rendered_in_place(stack), stack
+
+
+def reach_the_handler():
+    return handle_missing_key()
+
+
+def test_format_exception_leaves_out_the_caller_and_its_caller():
+    text, text_without_argument, expected, stack = reach_the_handler()
+    assert text == text_without_argument == expected
+    head = "Traceback (most recent call last):\n" + "".join(stack[:-2])
+    assert text.startswith(head) and text.endswith("KeyError: 'missing'")
+    # The handler shows only through the handled exception's own entry; the
+    # function that called it not at all.
+    assert text.count("in handle_missing_key\n") == 1 and "in reach_the_handler\n" not in text
+    assert "in test_format_exception_leaves_out_the_caller_and_its_caller\n" in text
+
+
+def test_format_exception_on_a_stack_shorter_than_two():
+    code = "import vantrel.base.Tessarine as T; print(T.format_exception(None), end='')"
+    process = run_python(code)
+    assert process.stdout == "Traceback (most recent call last):\nNoneType: None", process.stderr
 
 
 def test_format_exception_without_an_exception():

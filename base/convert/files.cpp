@@ -2,6 +2,8 @@
 // prefixes of XML root elements, and the versions of modules.
 #include "type_tests.hpp"
 
+#include <climits>
+
 namespace tess::body {
 namespace {
 
@@ -12,57 +14,73 @@ Name n_find("find"), n_strip("strip"), n_rb("rb"), n_read("read"), n_close("clos
     n_PackageNotFoundError("PackageNotFoundError"), n_equals_sign(" = "), n_line_feed("\n"), n_unknown("unknown");
 Global g_hashlib("hashlib"), g_re("re"), g_importlib("importlib");
 
-Py_ssize_t as_index(PyObject* number)
+// The number of rounds of `range(bound)`.  Counted in 64 bits, a range too
+// long for that is one that no search lives to finish.
+long long range_length(Borrowed bound)
 {
-    Py_ssize_t value = PyNumber_AsSsize_t(number, PyExc_OverflowError);
-    if (value == -1 && PyErr_Occurred())
+    Ref count = Ref::steal(PyNumber_Index(bound));
+    int overflow = 0;
+    long long rounds = PyLong_AsLongLongAndOverflow(count, &overflow);
+    if (rounds == -1 && PyErr_Occurred())
         throw_python_error();
-    return value;
+    if (overflow)
+        return overflow > 0 ? LLONG_MAX : 0;
+    return rounds < 0 ? 0 : rounds;
 }
 
-// text[start:].find(sub), counted from the start of `text`; -1 if missing.
-// `start` never lies beyond the end of `text`.
-Py_ssize_t find_from(Borrowed text, Borrowed sub, Py_ssize_t start)
+// `text[start:].find(sub)`, or `text.find(sub)` without a start.  A str
+// within bounds is searched in place rather than sliced.
+Ref find(Borrowed text, Borrowed sub, Borrowed start = nullptr)
 {
-    if (PyUnicode_CheckExact(text.get()) && PyUnicode_CheckExact(sub.get())) {
-        Py_ssize_t at = PyUnicode_Find(text, sub, start, PY_SSIZE_T_MAX, 1);
-        if (at == -2)
-            throw_python_error();
-        return at;
+    if (PyUnicode_CheckExact(text.get()) && PyUnicode_CheckExact(sub.get()) &&
+        (!start || PyLong_CheckExact(start.get()))) {
+        int overflow = 0;
+        long long from = start ? PyLong_AsLongLongAndOverflow(start, &overflow) : 0;
+        if (!overflow && from >= 0 && from <= PyUnicode_GET_LENGTH(text.get())) {
+            Py_ssize_t at = PyUnicode_Find(text, sub, static_cast<Py_ssize_t>(from), PY_SSIZE_T_MAX, 1);
+            if (at == -2)
+                throw_python_error();
+            return integer(at < 0 ? -1 : at - from);
+        }
     }
-    Ref tail = start ? Ref::steal(PySequence_GetSlice(text, start, PY_SSIZE_T_MAX)) : text.ref();
-    Py_ssize_t at = as_index(call_method(tail, n_find, {sub}));
-    return at < 0 ? -1 : at + start;
+    Ref tail = start ? item(text, Ref::steal(PySlice_New(start, nullptr, nullptr))) : text.ref();
+    return call_method(tail, n_find, {sub});
 }
 
-Ref line_at(PyObject* lines, Py_ssize_t index) { return item(lines, integer(index)); }
+bool compares(Borrowed number, int op, long long other) { return compare(number, integer(other), op); }
 
-// The value behind `prefix` and before `suffix`, looked for from `add_lines`
-// lines below a line holding `name`; it may run over up to `max_lines` lines.
+// The value behind `prefix` and before `suffix`, looked for from `addLines`
+// lines below a line holding `name`; it may run over up to `maxLines` lines.
+// Indices are the host's integers, so that any `addLines` and `maxLines`
+// give what the host's arithmetic gives; `maxLines` is read only once a line
+// holds the name.
 Ref find_line_data(const Args& args)
 {
     PyObject* lines = args[0];
     PyObject* name = args[1];
-    Py_ssize_t add_lines = as_index(args[2]);
+    PyObject* add_lines = args[2];
     PyObject* prefix = args[3];
     PyObject* suffix = args[4];
-    Py_ssize_t max_lines = as_index(args[5]);
-    Py_ssize_t candidates = length(lines) - add_lines;
-    for (Py_ssize_t i = 0; i < candidates; ++i) {
-        if (find_from(line_at(lines, i), name, 0) < 0)
+    PyObject* max_lines = args[5];
+    long long candidates = range_length(binary(integer(length(lines)), add_lines, PyNumber_Subtract));
+    for (long long i = 0; i < candidates; ++i) {
+        if (!compares(find(item(lines, integer(i)), name), Py_GE, 0))
             continue;
-        for (Py_ssize_t k = 0; k < max_lines; ++k) {
-            Ref line = line_at(lines, i + add_lines + k);
-            Py_ssize_t start = find_from(line, prefix, 0);
-            if (start < 0)
+        for (long long k = 0, rounds = range_length(max_lines); k < rounds; ++k) {
+            Ref line = item(lines, concat({integer(i), add_lines, integer(k)}));
+            Ref start = find(line, prefix);
+            if (compares(start, Py_LT, 0))
                 continue;
-            start += length(prefix);
+            start = binary(start, integer(length(prefix)), PyNumber_InPlaceAdd);
             Ref text = line;
-            for (Py_ssize_t j = 0; j < max_lines; ++j) {
-                Py_ssize_t end = find_from(text, suffix, start);
-                if (end >= 0)
-                    return call_method(Ref::steal(PySequence_GetSlice(text, start, end)), n_strip);
-                text = concat({text, line_at(lines, i + add_lines + j + 1)});
+            for (long long j = 0, more = range_length(max_lines); j < more; ++j) {
+                Ref end = find(text, suffix, start);
+                if (compares(end, Py_GE, 0)) {
+                    Ref value = Ref::steal(PySlice_New(start, binary(start, end, PyNumber_Add), nullptr));
+                    return call_method(item(text, value), n_strip);
+                }
+                line = item(lines, concat({integer(i), add_lines, integer(j), integer(1)}));
+                text = binary(text, line, PyNumber_InPlaceAdd);
             }
         }
     }

@@ -7,7 +7,7 @@ namespace tess::body {
 namespace {
 
 Name n_request("request"), n_POST("POST"), n_status("status"), n_reason("reason"), n_blank(" "), n_empty(""),
-    n_exc_info("exc_info"), n_format_stack("format_stack"), n_format_tb("format_tb"),
+    n_exc_info("exc_info"), n_extend("extend"), n_format_stack("format_stack"), n_format_tb("format_tb"),
     n_format_exception_only("format_exception_only"), n_traceback_head("Traceback (most recent call last):\n");
 Global g_http("_http"), g_readUrl("readUrl"), g_readUrlNoException("readUrlNoException"),
     g_RequestException("RequestException"), g_sys("sys"), g_traceback("traceback");
@@ -37,22 +37,31 @@ Ref read_url(const Args& args)
     return response;
 }
 
+// `sys.exc_info()[index]`, read afresh at each use.
+Ref handled_exception_part(long index) { return item(call_method(g_sys.get(), n_exc_info), integer(index)); }
+
+// `entries.extend(more)`
+void extend(Borrowed entries, Borrowed more)
+{
+    if (PyList_CheckExact(entries.get()))
+        check(PyList_Extend(entries, more));
+    else
+        call_method(entries, n_extend, {more});
+}
+
 // The stack that led here, then where the handled exception was raised, then
 // the exception itself: a complete traceback text without its last line end.
 Ref format_exception(const Args&)
 {
     Ref traceback = g_traceback.get();
-    // This function has no frame of its own, so the stack ends at the caller,
-    // whose line the handled exception's own entries already show.
-    Ref entries = call_method(traceback, n_format_stack);
-    Py_ssize_t shown = length(entries);
-    entries = Ref::steal(PySequence_GetSlice(entries, 0, shown > 0 ? shown - 1 : 0));
-    Ref info = call_method(g_sys.get(), n_exc_info);
-    Ref type = item(info, integer(0)), value = item(info, integer(1)), where = item(info, integer(2));
-    check(PyList_Extend(entries, call_method(traceback, n_format_tb, {where})));
-    check(PyList_Extend(entries, call_method(traceback, n_format_exception_only, {type, value})));
+    // This function has no frame of its own: the stack ends at the caller, and
+    // the two entries left out are the caller's and its caller's.
+    Ref entries = Ref::steal(PySequence_GetSlice(call_method(traceback, n_format_stack), 0, -2));
+    extend(entries, call_method(traceback, n_format_tb, {handled_exception_part(2)}));
+    Ref type = handled_exception_part(0);
+    extend(entries, call_method(traceback, n_format_exception_only, {type, handled_exception_part(1)}));
     Ref whole = concat({n_traceback_head, Ref::steal(PyUnicode_Join(n_empty, entries))});
-    return Ref::steal(PyUnicode_Substring(whole, 0, PyUnicode_GET_LENGTH(whole.get()) - 1));
+    return Ref::steal(PySequence_GetSlice(whole, 0, -1));
 }
 
 const FunctionDef post_url_def{.name = "postUrl",

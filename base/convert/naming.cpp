@@ -22,9 +22,6 @@ Name ascii_from[] = {Name("\u00e4"), Name("\u00f6"), Name("\u00fc"), Name("\u00c
 Name ascii_to[] = {Name("ae"), Name("oe"), Name("ue"), Name("Ae"), Name("Oe"), Name("Ue"),
                    Name("ss"), Name("e"),  Name("e"),  Name("a"),  Name("a")};
 
-bool is_dict_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_DICT_SUBCLASS); }
-bool is_list_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_LIST_SUBCLASS); }
-
 Ref is_matlab_naming(const Args& args)
 {
     Ref naming = call_method(args[0], n_lower);
@@ -73,10 +70,11 @@ Ref matlab_convert(const Args& args)
     return converted;
 }
 
-// text.replace(old, new), straight to the str implementation for plain str.
+// text.replace(old, new), straight to the str implementation for plain str
+// and str arguments; anything else gets the method and its own refusals.
 Ref replaced(Borrowed text, Borrowed old, Borrowed replacement)
 {
-    if (PyUnicode_CheckExact(text.get()))
+    if (PyUnicode_CheckExact(text.get()) && PyUnicode_Check(old.get()) && PyUnicode_Check(replacement.get()))
         return Ref::steal(PyUnicode_Replace(text, old, replacement, -1));
     return call_method(text, n_replace, {old, replacement});
 }

@@ -11,10 +11,10 @@ inline Name n_dunder_class("__class__");
 inline bool is_float_type(PyTypeObject* type) { return PyType_IsSubtype(type, &PyFloat_Type); }
 inline bool is_str_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_UNICODE_SUBCLASS); }
 inline bool is_tuple_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_TUPLE_SUBCLASS); }
-inline bool is_number_type(PyTypeObject* type)
-{
-    return PyType_FastSubclass(type, Py_TPFLAGS_LONG_SUBCLASS) || is_float_type(type);
-}
+inline bool is_list_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_LIST_SUBCLASS); }
+inline bool is_dict_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_DICT_SUBCLASS); }
+inline bool is_int_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_LONG_SUBCLASS); }
+inline bool is_number_type(PyTypeObject* type) { return is_int_type(type) || is_float_type(type); }
 
 // True when `object.__class__` can only give the type itself: the type keeps
 // the generic attribute lookup and the `__class__` that `object` defines.

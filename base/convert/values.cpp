@@ -120,7 +120,7 @@ Ref undef_if_none(const Args& args) { return Ref::borrow(args[0] == Py_None ? n_
 Ref dict_depth(const Args& args)
 {
     PyObject* d = args[0];
-    if (!isinstance_by(d, [](PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_DICT_SUBCLASS); }))
+    if (!isinstance_by(d, is_dict_type))
         return integer(0);
     if (!truthy(d))
         return integer(1);

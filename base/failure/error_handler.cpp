@@ -1,7 +1,7 @@
 // ErrorHandler: the one place failures are sent to.  It composes a text,
 // records it as the last error and on a bounded list, logs it, and raises or
 // not according to its mode.
-#include "../Tessarine.hpp"
+#include "../convert/type_tests.hpp"
 
 namespace tess::body {
 namespace {
@@ -76,7 +76,7 @@ Ref set_log_level(const Args& args)
     PyObject* self = args[0];
     PyObject* value = args[1];
     handled_by(self, [&] {
-        if (!PyLong_Check(value))
+        if (!isinstance_by(value, is_int_type))
             raise_plain(n_logLevel_not_int);
         setattr(getattr(self, n_logger), n_logLevel, value);
     });
@@ -106,11 +106,9 @@ Ref compose_from_args(PyObject* self, PyObject* args)
         Ref first = item(args, integer(0));
         Ref second = item(args, integer(1));
         setattr(self, n_lastError, second);
-        if (PyTuple_Check(second.get()) && PyTuple_GET_SIZE(second.get()) == 4) {
+        if (isinstance_by(second, is_tuple_type) && length(second) == 4) {
             // Position of a syntax error: (file, line, column, text).
-            PyObject* at = second.get();
-            Ref values = tuple({first, PyTuple_GET_ITEM(at, 0), PyTuple_GET_ITEM(at, 1), PyTuple_GET_ITEM(at, 2),
-                                PyTuple_GET_ITEM(at, 3)});
+            Ref values = tuple({first, item_at(second, 0), item_at(second, 1), item_at(second, 2), item_at(second, 3)});
             return percent(n_syntax_format, values);
         }
         return concat({str(second), n_open_paren, str(first), n_close_paren});

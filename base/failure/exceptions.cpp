@@ -2,7 +2,7 @@
 // Constructors call the constructor of a class named in their own text (not
 // always the direct base), looked up in the module at each call as the
 // package's code expects.
-#include "../Tessarine.hpp"
+#include "../convert/type_tests.hpp"
 #include "../small_vector.hpp"
 
 namespace tess::body {
@@ -66,7 +66,7 @@ Ref orvane_init(const Args& args)
 {
     PyObject* self = args[0];
     setattr(self, n_message, args[1]);
-    if (PyLong_Check(args[2]))
+    if (isinstance_by(args[2], is_int_type))
         setattr(self, n_code, args[2]);
     init_as(exception, self, {args[1]});
     return none();
@@ -124,15 +124,17 @@ Ref request_init(const Args& args)
     return none();
 }
 
+bool is_numeric_error_type(PyTypeObject* type) { return is_list_type(type) || is_tuple_type(type) || is_int_type(type); }
+
 // The numeric error of a message given as an int or a (high, low) sequence.
 Ref error_code_of(PyObject* message)
 {
-    if (PyLong_Check(message))
+    if (isinstance_by(message, is_int_type))
         return Ref::borrow(message);
-    Ref high = Ref::steal(PySequence_GetItem(message, 0));
-    Ref low = Ref::steal(PySequence_GetItem(message, 1));
-    Ref shifted = Ref::steal(PyNumber_Multiply(high, integer(256)));
-    return Ref::steal(PyNumber_Add(shifted, low));
+    // message[0] * 256 + message[1], step by step: the product fails before
+    // the second item is asked for.
+    Ref shifted = binary(item(message, integer(0)), integer(256), PyNumber_Multiply);
+    return binary(shifted, item(message, integer(1)), PyNumber_Add);
 }
 
 Ref io_link_init(const Args& args)
@@ -141,11 +143,11 @@ Ref io_link_init(const Args& args)
     Ref message = Ref::borrow(args[1]);
     PyObject* second = args[2];
     Ref code;
-    if (PyList_Check(message.get()) || PyTuple_Check(message.get()) || PyLong_Check(message.get())) {
+    if (isinstance_by(message, is_numeric_error_type)) {
         code = error_code_of(message);
         message = truthy(second) ? call_method(second, n_getErrorText, {code})
                                  : call_method(g_ErrorHandler.get(), n_getErrorMsg, {code});
-    } else if (PyLong_Check(second)) {
+    } else if (isinstance_by(second, is_int_type)) {
         code = Ref::borrow(second);
     } else {
         // A text: its code comes from the second argument, if it knows one.

@@ -64,8 +64,10 @@ Ref log(const Args& args)
     if (compare(getattr(self, n_logLevel), args[1], Py_LT))
         return none();
     Ref when = time_text(self);
-    Ref message = percent(args[3], args.rest_tuple());
-    call(b_print, {concat({n_open_bracket, when, getattr(self, n_prefix), n_close_bracket, args[2], message})});
+    // Joined left to right, as one `+` expression: the message is formatted
+    // only once the head has joined the line.
+    Ref line = concat({n_open_bracket, when, getattr(self, n_prefix), n_close_bracket, args[2]});
+    call(b_print, {concat({line, percent(args[3], args.rest_tuple())})});
     return none();
 }
 
@@ -91,11 +93,9 @@ const FunctionDef init_def{
     .name = "__init__",
     .params = {{"self"}, {"logLevel"}, {"prefix", ""}},
     .implementation = init,
-    .doc = "Initialize logger\n\n"
-           "logLevel: 0: disable all logging, 1: print errors, 2: print warnings, 3: print info,\n"
+    .doc = "logLevel: 0: disable all logging, 1: print errors, 2: print warnings, 3: print info,\n"
            "          4: print read/write, 5: print read/write result, 6: print read/write data,\n"
-           "          9: debug, 10: periodic debug, 11: send/recv debug\n"
-           "prefix: text shown behind the time of day",
+           "          9: debug, 10: periodic debug, 11: send/recv debug",
 };
 const FunctionDef set_prefix_def{.name = "setPrefix", .params = {{"self"}, {"label"}}, .implementation = set_prefix};
 const FunctionDef set_seconds_decimals_def{

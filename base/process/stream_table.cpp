@@ -53,7 +53,7 @@ Ref is_raw(const Args& args)
     PyObject* self = args[0];
     if (truthy(getattr(self, n_isDict)))
         return boolean(false);
-    Ref first = Ref::steal(PySequence_GetItem(getattr(self, n_types), 0));
+    Ref first = item_at(getattr(self, n_types), 0);
     return Ref::steal(PyObject_RichCompare(first, n_hex, Py_EQ));
 }
 
@@ -70,7 +70,7 @@ Ref per_row(Borrowed rows, View&& view)
     return result;
 }
 
-Ref first_column(Borrowed row) { return Ref::steal(PySequence_GetItem(row, 0)); }
+Ref first_column(Borrowed row) { return item_at(row, 0); }
 
 Ref datetimes(const Args& args) { return per_row(getattr(args[0], n_rows), first_column); }
 
@@ -120,7 +120,7 @@ Ref values(const Args& args)
     Ref rows = getattr(self, n_rows);
     if (truthy(getattr(self, n_isDict)))
         return per_row(rows, [&](Borrowed row) { return named_values(names, row); });
-    return per_row(rows, [](Borrowed row) { return Ref::steal(PySequence_GetItem(row, 1)); });
+    return per_row(rows, [](Borrowed row) { return item_at(row, 1); });
 }
 
 FunctionDef getter(const char* name, Implementation implementation, const char* doc)

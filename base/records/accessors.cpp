@@ -118,22 +118,17 @@ Ref locks_representation(const Args& args)
 const FunctionDef accessor_init_def{
     .name = "__init__", .params = {{"self"}, {"orvane"}}, .implementation = init, .doc = "Constructor."};
 const FunctionDef var_methods[] = {
-    {.name = "__dir__", .params = {{"self"}}, .implementation = variable_names,
-     .doc = "Variable names, in Matlab naming."},
+    {.name = "__dir__", .params = {{"self"}}, .implementation = variable_names},
     {.name = "__getattr__", .params = {{"self"}, {"name"}}, .implementation = read_variable, .doc = "Read variable."},
     {.name = "__setattr__", .params = {{"self"}, {"name"}, {"value"}}, .implementation = write_variable,
      .doc = "Write variable."},
 };
 const FunctionDef sys_methods[] = {
-    {.name = "__dir__", .params = {{"self"}}, .implementation = command_names,
-     .doc = "System command names, in Matlab naming."},
-    {.name = "__getattr__", .params = {{"self"}, {"name"}}, .implementation = command,
-     .doc = "System command as a callable without arguments."},
-    {.name = "__setattr__", .params = {{"self"}, {"name"}, {"value"}}, .implementation = refuse_command_attribute,
-     .doc = "Not allowed."},
+    {.name = "__dir__", .params = {{"self"}}, .implementation = command_names},
+    {.name = "__getattr__", .params = {{"self"}, {"name"}}, .implementation = command},
+    {.name = "__setattr__", .params = {{"self"}, {"name"}, {"value"}}, .implementation = refuse_command_attribute},
 };
-const FunctionDef locks_init_def{
-    .name = "__init__", .params = {{"self"}, {"ioc"}}, .implementation = init, .doc = "Constructor."};
+const FunctionDef locks_init_def{.name = "__init__", .params = {{"self"}, {"ioc"}}, .implementation = init};
 const FunctionDef lock_getters[] = {
     {.name = "localParameterizationLock",
      .params = {{"self"}},

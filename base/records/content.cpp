@@ -82,7 +82,7 @@ Ref commands_representation(const Args& args)
 {
     Ref master = getattr(args[0], n_master);
     Ref prefix = truthy(master) ? concat({call_method(master, n_driverName), n_blank}) : Ref::borrow(n_empty);
-    return percent(n_repr_format, tuple({prefix}));
+    return percent(n_repr_format, prefix);
 }
 
 const FunctionDef content_init_def{
@@ -90,12 +90,6 @@ const FunctionDef content_init_def{
     .params = {{"self"}, {"masterInfo", kNone}, {"port", kNone}, {"data", kNone}, {"ioc", kNone},
                {"recordFieldNaming", "original"}},
     .implementation = content_init,
-    .doc = "Constructor.\n\n"
-           "masterInfo: master information (dict)\n"
-           "port: port ID\n"
-           "data: the snapshot's data; unless it is None, the snapshot is stamped with the time of creation\n"
-           "ioc: the loaded device description\n"
-           "recordFieldNaming: 'original' or 'matlab'",
 };
 const FunctionDef content_properties[] = {
     {.name = "master", .params = {{"self"}}, .implementation = master_info, .doc = "Master information."},
@@ -107,8 +101,7 @@ const FunctionDef has_iodd_def{
     .name = "hasIodd", .params = {{"self"}}, .implementation = has_iodd, .doc = "Check if IODD is loaded"};
 
 const FunctionDef commands_methods[] = {
-    {.name = "__init__", .params = {{"self"}, {"master", kNone}}, .implementation = commands_init,
-     .doc = "Constructor.\n\nmaster: master driver object the commands belong to"},
+    {.name = "__init__", .params = {{"self"}, {"master", kNone}}, .implementation = commands_init},
     {.name = "has", .params = {{"self"}, {"cmd"}}, .implementation = has,
      .doc = "Returns true iff command cmd available."},
     {.name = "getNames", .params = {{"self"}}, .implementation = command_names,

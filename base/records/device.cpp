@@ -140,25 +140,13 @@ const FunctionDef init_def{
     .params = {{"self"}, {"master"}, {"address"}, {"port"}, {"masterName"}, {"masterProdCode"},
                {"devIdent", kNone}, {"page1", kNone}, {"recordFieldNaming", "original"}},
     .implementation = init,
-    .doc = "Constructor.\n\n"
-           "master: master object\n"
-           "address: master address\n"
-           "port: port number, before the master's port numbering is applied\n"
-           "masterName: master name\n"
-           "masterProdCode: master product code\n"
-           "devIdent: device identifiers (dict)\n"
-           "page1: decoded direct parameter page 1 (dict)\n"
-           "recordFieldNaming: 'original' or 'matlab'",
 };
 const FunctionDef properties[] = {
     {.name = "address", .params = {{"self"}}, .implementation = stored<n_address_attr>, .doc = "Master address."},
     {.name = "portId", .params = {{"self"}}, .implementation = port_id, .doc = "Port ID."},
     {.name = "port", .params = {{"self"}}, .implementation = port, .doc = "Port (tuple of address and port ID)."},
     {.name = "driver", .params = {{"self"}}, .implementation = driver, .doc = "Driver name"},
-    {.name = "name",
-     .params = {{"self"}},
-     .implementation = deprecated_name<m_name, n_masterName>,
-     .doc = "Deprecated: use masterName."},
+    {.name = "name", .params = {{"self"}}, .implementation = deprecated_name<m_name, n_masterName>},
     {.name = "masterName",
      .params = {{"self"}},
      .implementation = undefined_if_none<n_masterName_attr>,
@@ -176,8 +164,7 @@ const FunctionDef properties[] = {
      .doc = "Page 1 (direct parameter page 0)"},
     {.name = "productCode",
      .params = {{"self"}},
-     .implementation = deprecated_name<m_productCode, n_masterProductCode>,
-     .doc = "Deprecated: use masterProductCode."},
+     .implementation = deprecated_name<m_productCode, n_masterProductCode>},
     {.name = "masterProductCode",
      .params = {{"self"}},
      .implementation = undefined_if_none<n_masterProdCode>,
@@ -188,12 +175,9 @@ const FunctionDef properties[] = {
      .doc = "Device identifiers (dict)."},
 };
 const FunctionDef methods[] = {
-    {.name = "_getPage", .params = {{"self"}, {"fld"}}, .implementation = get_page,
-     .doc = "Field fld of page 1, or None without page 1."},
-    {.name = "_setPage1", .params = {{"self"}, {"page1"}}, .implementation = set_page1,
-     .doc = "Replaces page 1, as it is."},
-    {.name = "__eq__", .params = {{"self"}, {"obj"}}, .implementation = equal,
-     .doc = "Same vendor ID, device ID and port?"},
+    {.name = "_getPage", .params = {{"self"}, {"fld"}}, .implementation = get_page},
+    {.name = "_setPage1", .params = {{"self"}, {"page1"}}, .implementation = set_page1},
+    {.name = "__eq__", .params = {{"self"}, {"obj"}}, .implementation = equal},
     {.name = "__repr__", .params = {{"self"}}, .implementation = representation,
      .doc = "Returns the object data in JSON-format."},
 };

@@ -86,7 +86,6 @@ const FunctionDef init_def{
     .name = "__init__",
     .params = {{"self"}, {"iodd"}},
     .implementation = init,
-    .doc = "Constructor.\n\niodd: communication object of the device",
 };
 const FunctionDef properties[] = {
     {.name = "connected", .params = {{"self"}}, .implementation = connected, .doc = "Device connected?"},
@@ -105,7 +104,7 @@ const FunctionDef properties[] = {
     {.name = "pdValid",
      .params = {{"self"}},
      .implementation = when_connected<pd_valid>,
-     .doc = "Process data in valid?\n\nRaises NotSupportedError where the device or master cannot tell."},
+     .doc = "Process data in valid?"},
     {.name = "connectionError",
      .params = {{"self"}},
      .implementation = when_connected<connection_error>,
@@ -119,10 +118,7 @@ const FunctionDef repr_def{
 
 void define_device_status()
 {
-    ClassBuilder status("DeviceStatus", {b_object},
-                        "Device connection status returned by Orvane.status.\n\n"
-                        "For a device that is not connected, every attribute but connected answers "
-                        "\"not connected\".");
+    ClassBuilder status("DeviceStatus", {b_object}, "Device connection status returned by Orvane.status.");
     status.attribute("_notConnText", text("not connected")).method(init_def);
     status.properties(properties);
     status.method(repr_def).build();

@@ -87,11 +87,6 @@ const FunctionDef init_def{
     .name = "__init__",
     .params = {{"self"}, {"address"}, {"port"}, {"event"}, {"description"}},
     .implementation = init,
-    .doc = "Constructor.\n\n"
-           "address: master address\n"
-           "port: port of the event\n"
-           "event: event sequence (name, code, type, mode, source, counter, time)\n"
-           "description: event description",
 };
 const FunctionDef properties[] = {
     {.name = "address", .params = {{"self"}}, .implementation = stored<n_address_attr>, .doc = "Event address"},
@@ -102,32 +97,20 @@ const FunctionDef properties[] = {
      .doc = "Event description"},
     {.name = "name", .params = {{"self"}}, .implementation = positional<0>, .doc = "Event name"},
     {.name = "code", .params = {{"self"}}, .implementation = positional<1>, .doc = "Event code"},
-    {.name = "type",
-     .params = {{"self"}},
-     .implementation = positional<2>,
-     .doc = "Event type: \"NOTIFICATION\", \"WARNING\" or \"ERROR\""},
-    {.name = "mode",
-     .params = {{"self"}},
-     .implementation = positional<3>,
-     .doc = "Event mode: \"SINGLE_SHOT\", \"APPEARED\" or \"DISAPPEARED\""},
-    {.name = "source",
-     .params = {{"self"}},
-     .implementation = positional<4>,
-     .doc = "Event source: \"GATEWAY\", \"MASTER\", \"PORT\" or \"DEVICE\""},
+    {.name = "type", .params = {{"self"}}, .implementation = positional<2>, .doc = "Event type"},
+    {.name = "mode", .params = {{"self"}}, .implementation = positional<3>, .doc = "Event mode"},
+    {.name = "source", .params = {{"self"}}, .implementation = positional<4>, .doc = "Event source"},
     {.name = "counter", .params = {{"self"}}, .implementation = positional<5>, .doc = "Event counting number"},
-    {.name = "time", .params = {{"self"}}, .implementation = positional<6>, .doc = "Event time (hh:mm:ss.fff)"},
+    {.name = "time", .params = {{"self"}}, .implementation = positional<6>, .doc = "Event time"},
 };
 const FunctionDef methods[] = {
     {.name = "equalKind", .params = {{"self"}, {"event"}}, .implementation = equal_kind,
-     .doc = "Event is of equal kind? (code, source, type and mode)"},
-    {.name = "__eq__", .params = {{"self"}, {"event"}}, .implementation = equal,
-     .doc = "Event is equal? (equal kind, address, port and counter)"},
+     .doc = "Event is of equal kind?"},
+    {.name = "__eq__", .params = {{"self"}, {"event"}}, .implementation = equal, .doc = "Event is equal?"},
     {.name = "equalExact", .params = {{"self"}, {"event"}}, .implementation = equal_exact,
-     .doc = "Event is exactly equal? (all attributes compared)"},
-    {.name = "__getitem__", .params = {{"self"}, {"index"}}, .implementation = get_item,
-     .doc = "Deprecated: access by position, event[index]"},
-    {.name = "__iter__", .params = {{"self"}}, .implementation = iterate,
-     .doc = "Deprecated: iteration over the positions name to counter"},
+     .doc = "Event is exactly equal?"},
+    {.name = "__getitem__", .params = {{"self"}, {"index"}}, .implementation = get_item},
+    {.name = "__iter__", .params = {{"self"}}, .implementation = iterate},
     {.name = "__repr__", .params = {{"self"}}, .implementation = representation,
      .doc = "Returns the object data in JSON-format."},
 };
@@ -137,9 +120,7 @@ const FunctionDef get_type_def{.name = "_getType", .params = {}, .implementation
 
 void define_event_record()
 {
-    ClassBuilder event("IoddEvent", {b_object},
-                       "IODD event returned by Orvane.readEvent, Orvane.getEventCollection, Orvane.waitEvent "
-                       "and Orvane.eventCallback.");
+    ClassBuilder event("IoddEvent", {b_object}, nullptr);
     event.method(init_def);
     event.properties(properties);
     event.methods(methods);

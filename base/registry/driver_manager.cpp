@@ -37,9 +37,9 @@ Ref owner_debug()
     return getattr(getattr(owner, n_logger), n_debug);
 }
 
-void raise_driver_error(const char* format, std::initializer_list<Borrowed> values)
+void raise_driver_error(const char* format, Borrowed operand)
 {
-    raise_object(call(g_DriverException.get(), {percent(text(format), tuple(values))}));
+    raise_object(call(g_DriverException.get(), {percent(text(format), operand)}));
 }
 
 }  // namespace registry
@@ -74,7 +74,7 @@ Ref get_base_driver(const Args& args)
     PyObject* drvType = args[1];
     Ref drv = mapping_get(getattr(args[0], n_drivers), drvType);
     if (Py_IsNone(drv))
-        raise_driver_error("No driver registered for %s.", {call_method(drvType, n_driverName)});
+        raise_driver_error("No driver registered for %s.", call_method(drvType, n_driverName));
     return drv;
 }
 
@@ -85,7 +85,7 @@ Ref add_base_driver(const Args& args)
     PyObject* drvType = reinterpret_cast<PyObject*>(Py_TYPE(drv));
     Ref drivers = getattr(self, n_drivers);
     if (contains(drivers, drvType))
-        raise_driver_error("Driver already registered: %s.", {call_method(drv, n_driverName)});
+        raise_driver_error("Driver already registered: %s.", call_method(drv, n_driverName));
     set_item(drivers, drvType, drv);
     set_item(getattr(self, n_addresses), drvType, list());
     set_item(getattr(self, n_openAddresses), drvType, list());
@@ -129,7 +129,7 @@ Ref add_iodd_master(const Args& args)
     PyObject* self = args[0];
     IoddMasterKey key = key_of(args[1]);
     if (iodd_master_known(self, key))
-        raise_driver_error("Master already registered for %s.", {key.address});
+        raise_driver_error("Master already registered for %s.", key.address);
     set_item(item(getattr(self, n_ioddmasters), key.baseType), key.address, args[1]);
     return none();
 }
@@ -139,7 +139,7 @@ Ref remove_iodd_master(const Args& args)
     PyObject* self = args[0];
     IoddMasterKey key = key_of(args[1]);
     if (!iodd_master_known(self, key))
-        raise_driver_error("No master registered for %s.", {key.address});
+        raise_driver_error("No master registered for %s.", key.address);
     call_method(item(getattr(self, n_ioddmasters), key.baseType), n_pop, {key.address});
     return none();
 }
@@ -182,7 +182,7 @@ Ref master_driver(const Args& args)
 {
     Ref drv = mapping_get(getattr(args[0], Level.masters), args[1]);
     if (Py_IsNone(drv))
-        raise_driver_error(Level.missing, {args[1]});
+        raise_driver_error(Level.missing, args[1]);
     return drv;
 }
 
@@ -197,7 +197,7 @@ void file_master(PyObject* self, PyObject* address, PyObject* drv)
 {
     Ref masters = getattr(self, Level.masters);
     if (contains(masters, address))
-        raise_driver_error(Level.duplicate, {address});
+        raise_driver_error(Level.duplicate, address);
     Ref drvType = call_method(drv, n_getBaseDriverType);
     call_method(item(getattr(self, Level.addresses), drvType), n_append, {address});
     set_item(masters, address, drv);

@@ -141,8 +141,7 @@ const FunctionDef check_options_def{
 
 void define_driver_options()
 {
-    ClassBuilder options("DriverOptions", {reinterpret_cast<PyObject*>(&PyDict_Type)},
-                         "Options per driver: driver name to that driver's options dict.");
+    ClassBuilder options("DriverOptions", {reinterpret_cast<PyObject*>(&PyDict_Type)}, nullptr);
     options.method(init_def).static_method(check_options_def);
     options.methods(methods);
     options.build();

@@ -15,7 +15,7 @@ Ref add_port(const Args& args)
     PyObject* address = args[1];
     PyObject* port = args[2];
     if (truthy(call_method(self, n_checkActivePorts, {address, port})))
-        raise_driver_error("Master %s has already active port %s.", {address, port});
+        raise_driver_error("Master %s has already active port %s.", tuple({address, port}));
     // An inactive address passes the check above and fails here, by KeyError.
     set_item(item(getattr(self, n_ports), address), port, args[3]);
     return none();
@@ -39,9 +39,9 @@ Ref get_port(const Args& args)
     PyObject* port = args[2];
     Ref ports = mapping_get(getattr(args[0], n_ports), address);
     if (!truthy(ports))
-        raise_driver_error("Cannot access port for inactive %s.", {address});
+        raise_driver_error("Cannot access port for inactive %s.", address);
     if (!contains(ports, port))
-        raise_driver_error("Port %s not available for %s.", {port, address});
+        raise_driver_error("Port %s not available for %s.", tuple({port, address}));
     return tuple({ports, item(ports, port)});
 }
 

@@ -21,8 +21,9 @@ Ref inner_values(Borrowed outer);
 // worked out only then.
 Ref owner_debug();
 
-// DriverException(format % values)
-[[noreturn]] void raise_driver_error(const char* format, std::initializer_list<Borrowed> values);
+// DriverException(format % operand): one value as the caller gave it (a
+// tuple among them formats as its items), or a tuple made for several.
+[[noreturn]] void raise_driver_error(const char* format, Borrowed operand);
 
 // A method of the manager: `self` followed by `params`.
 inline FunctionDef method(const char* name, Implementation implementation, std::initializer_list<Param> params = {},

@@ -27,7 +27,7 @@ Ref remove_base_driver(const Args& args)
     Ref addresses = call_method(self, n_getDriverAddresses, {drvType});
     Ref activeAddresses = call_method(self, n_getActiveDriverAddresses, {drvType});
     if (truthy(activeAddresses) && !truthy(force))
-        raise_driver_error("Cannot remove active driver %s.", {call_method(drv, n_driverName)});
+        raise_driver_error("Cannot remove active driver %s.", call_method(drv, n_driverName));
     // A copy: each removal takes its address out of the live list.
     Ref snapshot = Ref::steal(PySequence_List(addresses));
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(snapshot.get()); ++i)
@@ -80,14 +80,14 @@ Ref remove_active_master_driver(const Args& args)
     Ref ports = mapping_get(getattr(self, n_ports), address);
     if (truthy(ports)) {
         if (!truthy(force))
-            raise_driver_error(active_master_in_use, {address});
+            raise_driver_error(active_master_in_use, address);
         Ref snapshot = Ref::steal(PySequence_List(ports));
         for (Py_ssize_t i = 0; i < PyList_GET_SIZE(snapshot.get()); ++i)
             call_method(self, n_removePort, {address, PyList_GET_ITEM(snapshot.get(), i), force});
     }
     if (truthy(call_method(drv, n_connected))) {
         if (!truthy(force))
-            raise_driver_error(active_master_in_use, {address});
+            raise_driver_error(active_master_in_use, address);
         call(getattr(drv, n_disconnect), {Py_None, force}, {{n_removeDriverOrigin, Py_True}});
     }
     call_method(getattr(self, n_ports), n_pop, {address});
@@ -107,7 +107,7 @@ Ref remove_port(const Args& args)
     Ref drv = item_at(found, 1);
     if (!Py_IsNone(force) && truthy(call_method(drv, n_connected))) {
         if (!truthy(force))
-            raise_driver_error(active_master_in_use, {address});
+            raise_driver_error(active_master_in_use, address);
         call_method(drv, n_disconnect);
     }
     call_method(ports, n_pop, {port});

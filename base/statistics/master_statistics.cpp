@@ -64,7 +64,7 @@ Ref clear(const Args& args)
 {
     PyObject* self = args[0];
     // By type, not truth: port 0 is a real port.
-    Ref ports = PyLong_Check(args[1]) ? list({args[1]}) : Ref::borrow(args[1]);
+    Ref ports = isinstance_by(args[1], is_int_type) ? list({args[1]}) : Ref::borrow(args[1]);
     for_each_named_figure(self, args[2], [&](Ref figure) {
         // A figure of the whole master has no ports to choose from.
         if (contains(getattr(self, n_addrStats), figure)) {

@@ -137,7 +137,7 @@ Ref merge_init(const Args& args)
     // One level of dict is unpacked: a master's figure of port to Stat.
     auto merge = [self](PyObject* stat) { call_method(self, n_addStat, {stat}); };
     for_each(args[1], [&](PyObject* stat) {
-        if (PyDict_Check(stat))
+        if (isinstance_by(stat, is_dict_type))
             for_each(call_method(stat, n_values), merge);
         else
             merge(stat);

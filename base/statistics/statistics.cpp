@@ -25,7 +25,7 @@ void put_leaves(Borrowed report, Borrowed self, Figures figures, Borrowed leaf)
 
 Ref listed_if_text(Borrowed value)
 {
-    if (truthy(value) && PyUnicode_Check(value.get()))
+    if (truthy(value) && isinstance_by(value, is_str_type))
         return list({value});
     return value.ref();
 }
@@ -40,7 +40,7 @@ void collect_stat_names(Borrowed self)
         if (check(PyUnicode_Tailmatch(name, n_underscore, 0, PY_SSIZE_T_MAX, -1)))
             return;
         Ref value = getattr(self, name);
-        if (PyDict_Check(value.get()) || is_instance(value, stat_class))
+        if (isinstance_by(value, is_dict_type) || is_instance(value, stat_class))
             check(PyList_Append(names, name));
     });
 }
@@ -49,10 +49,8 @@ Ref plain_repr(const Args& args) { return json_text(call_method(args[0], n_getSt
 
 Ref cached_view(Borrowed cache, Borrowed selector)
 {
-    PyObject* entry;
-    check(PyMapping_GetOptionalItem(cache, selector, &entry));
-    Ref view = Ref::steal_nullable(entry);
-    return view && truthy(view) ? view : Ref();
+    Ref view = mapping_get(cache, selector);
+    return truthy(view) ? view : Ref();
 }
 
 Ref address_ports(Borrowed self, Borrowed address)
@@ -86,11 +84,17 @@ Ref base_init(const Args& args)
     return none();
 }
 
+// KeyError(format % name), the name formatted as the caller gave it.
+[[noreturn]] void raise_not_found(const char* format, Borrowed name)
+{
+    raise_object(call(PyExc_KeyError, {percent(text(format), name)}));
+}
+
 Ref get_statistic(const Args& args)
 {
     Ref value = getattr_optional(args[0], args[1]);
     if (!value)
-        raise_format(PyExc_KeyError, "Statistic not found: %S", args[1]);
+        raise_not_found("Statistic not found: %s", args[1]);
     return value;
 }
 
@@ -153,7 +157,7 @@ void require_known(Borrowed names, Borrowed known, const char* message)
 {
     for_each(names, [&](PyObject* name) {
         if (!contains(known, name))
-            raise_format(PyExc_KeyError, message, name);
+            raise_not_found(message, name);
     });
 }
 
@@ -165,9 +169,9 @@ Ref clear(const Args& args)
     const bool by_driver = truthy(driver);
     const bool by_addr = truthy(addr);
     if (by_driver)
-        require_known(driver, getattr(self, n_driverNames), "Driver not found: %S");
+        require_known(driver, getattr(self, n_driverNames), "Driver not found: %s");
     if (by_addr)
-        require_known(addr, getattr(self, n_addrPorts), "Address not found: %S");
+        require_known(addr, getattr(self, n_addrPorts), "Address not found: %s");
     for_each_named_figure(self, args[2], [&](Ref figure) {
         // devConnectDuration has no driver in its keys, so filters leave it
         // whole and it is emptied in full.
@@ -196,7 +200,7 @@ Ref clear(const Args& args)
 // RecursionError rather than in a crash.
 void clear_figure(PyObject* figure)
 {
-    if (!PyDict_Check(figure)) {
+    if (!isinstance_by(figure, is_dict_type)) {
         call_method(figure, n_clear);
         return;
     }

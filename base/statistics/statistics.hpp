@@ -2,7 +2,7 @@
 // the tree, the views and the reports use, and the few steps all of them take.
 #pragma once
 
-#include "../Tessarine.hpp"
+#include "../convert/type_tests.hpp"
 
 #include <array>
 #include <source_location>
