@@ -16,10 +16,10 @@ class SimDriver:
     _active = True
 
     @classmethod
-    def driverName(cls):
+    def driverName(cls) -> str:
         return "Demo"
 
-    def close(self):
+    def close(self) -> None:
         print("base driver closed")
 
 
@@ -28,31 +28,52 @@ class Master:
     baseDrv = SimDriver
     _masterInfo = {"Product Name": "DemoMaster", "Serial Number": "0042"}
 
-    def __init__(self):
+    def __init__(self) -> None:
         self.is_connected = True
 
-    def getBaseDriverType(self):
+    def getBaseDriverType(self) -> type[SimDriver]:
         return SimDriver
 
-    def driverName(self):
+    def driverName(self) -> str:
         return SimDriver.driverName()
 
-    def connected(self):
+    def getMasterInfo(self) -> dict[str, str]:
+        return self._masterInfo
+
+    def connected(self) -> bool:
         return self.is_connected
 
-    def disconnect(self, *args, **kwargs):
+    def disconnect(self, *args: object, **kwargs: object) -> None:
         print("master disconnected")
         self.is_connected = False
 
 
+class DeviceDriver:
+    """The driver of one device; renaming a master tells it the new address."""
+
+    def __init__(self, address: str) -> None:
+        self._address = address
+
+
+class Device:
+    """The package's object of a connected device, filed under its port selector."""
+
+    def __init__(self, address: str, port: int) -> None:
+        self._port = (address, port)
+        self._device = DeviceDriver(address)
+
+    def __repr__(self) -> str:
+        return f"<device at {self._port}>"
+
+
 class Port:
-    def __init__(self, device):
+    def __init__(self, device: Device) -> None:
         self._connectediodd = device
 
-    def connected(self):
+    def connected(self) -> bool:
         return False
 
-    def disconnect(self, *args):
+    def disconnect(self) -> None:
         print("port disconnected")
 
 
@@ -61,7 +82,7 @@ class Owner:
     _logger = T.Logger(9)
 
 
-def main():
+def main() -> None:
     T.CommonDriverManager.iodd = Owner()
     registry = T.CommonDriverManager()
     statistics = T.Statistics([SimDriver])
@@ -74,20 +95,21 @@ def main():
 
     print("-- 2. the master connects; port 1 opens with a device")
     registry.addActiveMasterDriver(master.address, master)
-    device = T.IoddDev(master, master.address, 1, "DemoMaster", "DM-1",
-                       page1={"Vendor ID": 310, "Device ID": 1234, "IO-Link Version ID": 0x11,
-                              "Frame Capability": {"IsduSupport": True}})
+    device = Device(master.address, 1)
     registry.addPort(master.address, 1, Port(device))
     registry.addConnectedDev((master.address, 1), device)
     print("connected devices:", registry.getConnectedDevs())
 
     print("-- 3. records for the user, figures while traffic runs")
-    print(repr(device))
+    record = T.IoddDev(master, master.address, 1, "DemoMaster", "DM-1",
+                       page1={"Vendor ID": 310, "Device ID": 1234, "IO-Link Version ID": 0x11,
+                              "Frame Capability": {"IsduSupport": True}})
+    print(repr(record))
     view = statistics.getDevStatistics(driver, 1, master.address)
     for milliseconds in (0.8, 1.1, 0.9):
         view.receiveDuration.add(milliseconds / 1000)
     view.sendRepeats.add(1)
-    event = T.IoddEvent(master.address, 1, ("Device event", 0x8C42, "Warning", "Event appears", "Device", 1, 0),
+    event = T.IoddEvent(master.address, 1, ("Device event", 0x8C42, "WARNING", "APPEARED", "DEVICE", 1, "12:00:00.000"),
                         "Temperature overrun")
     print(repr(event))
 

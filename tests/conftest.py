@@ -7,6 +7,11 @@ import pytest
 import vantrel.base.Tessarine as Tessarine
 
 
+def pytest_configure(config):
+    config.addinivalue_line(
+        "markers", "package_index: needs the package index to set up a fresh environment; skips itself without it")
+
+
 @pytest.fixture
 def T():
     return Tessarine
