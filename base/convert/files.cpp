@@ -2,6 +2,8 @@
 // prefixes of XML root elements, and the versions of modules.
 #include "type_tests.hpp"
 
+#include <algorithm>
+
 namespace tess::body {
 namespace {
 
@@ -12,19 +14,32 @@ Name n_find("find"), n_strip("strip"), n_rb("rb"), n_read("read"), n_close("clos
     n_PackageNotFoundError("PackageNotFoundError"), n_equals_sign(" = "), n_line_feed("\n"), n_unknown("unknown");
 Global g_hashlib("hashlib"), g_re("re"), g_importlib("importlib");
 
+// A number beyond the range of indices counts as that range's end: the
+// ranges it bounds and the look-ups it leads to behave alike.
 Py_ssize_t as_index(PyObject* number)
 {
-    Py_ssize_t value = PyNumber_AsSsize_t(number, PyExc_OverflowError);
+    Py_ssize_t value = PyNumber_AsSsize_t(number, nullptr);
     if (value == -1 && PyErr_Occurred())
         throw_python_error();
     return value;
 }
 
+// first + second for an index into the caller's lines: a sum beyond the
+// range of indices fails as such an index fails in a look-up.
+Py_ssize_t index_sum(Py_ssize_t first, Py_ssize_t second)
+{
+    Py_ssize_t sum;
+    if (__builtin_add_overflow(first, second, &sum))
+        raise(PyExc_IndexError, "cannot fit 'int' into an index-sized integer");
+    return sum;
+}
+
 // text[start:].find(sub), counted from the start of `text`; -1 if missing.
-// `start` never lies beyond the end of `text`.
+// A `start` beyond the end finds what the empty tail holds.
 Py_ssize_t find_from(Borrowed text, Borrowed sub, Py_ssize_t start)
 {
     if (PyUnicode_CheckExact(text.get()) && PyUnicode_CheckExact(sub.get())) {
+        start = std::min(start, PyUnicode_GET_LENGTH(text.get()));
         Py_ssize_t at = PyUnicode_Find(text, sub, start, PY_SSIZE_T_MAX, 1);
         if (at == -2)
             throw_python_error();
@@ -32,7 +47,7 @@ Py_ssize_t find_from(Borrowed text, Borrowed sub, Py_ssize_t start)
     }
     Ref tail = start ? Ref::steal(PySequence_GetSlice(text, start, PY_SSIZE_T_MAX)) : text.ref();
     Py_ssize_t at = as_index(call_method(tail, n_find, {sub}));
-    return at < 0 ? -1 : at + start;
+    return at < 0 ? -1 : index_sum(at, start);
 }
 
 Ref line_at(PyObject* lines, Py_ssize_t index) { return item(lines, integer(index)); }
@@ -47,22 +62,27 @@ Ref find_line_data(const Args& args)
     PyObject* prefix = args[3];
     PyObject* suffix = args[4];
     Py_ssize_t max_lines = as_index(args[5]);
-    Py_ssize_t candidates = length(lines) - add_lines;
+    // A count of lines below the end of the index range leaves the range of
+    // candidates without end; the look-ups end it.
+    Py_ssize_t candidates;
+    if (__builtin_sub_overflow(length(lines), add_lines, &candidates))
+        candidates = PY_SSIZE_T_MAX;
     for (Py_ssize_t i = 0; i < candidates; ++i) {
         if (find_from(line_at(lines, i), name, 0) < 0)
             continue;
+        const Py_ssize_t below = index_sum(i, add_lines);
         for (Py_ssize_t k = 0; k < max_lines; ++k) {
-            Ref line = line_at(lines, i + add_lines + k);
+            Ref line = line_at(lines, index_sum(below, k));
             Py_ssize_t start = find_from(line, prefix, 0);
             if (start < 0)
                 continue;
-            start += length(prefix);
+            start = index_sum(start, length(prefix));
             Ref text = line;
             for (Py_ssize_t j = 0; j < max_lines; ++j) {
                 Py_ssize_t end = find_from(text, suffix, start);
                 if (end >= 0)
                     return call_method(Ref::steal(PySequence_GetSlice(text, start, end)), n_strip);
-                text = concat({text, line_at(lines, i + add_lines + j + 1)});
+                text = concat({text, line_at(lines, index_sum(below, index_sum(j, 1)))});
             }
         }
     }

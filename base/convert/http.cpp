@@ -8,7 +8,8 @@ namespace {
 
 Name n_request("request"), n_POST("POST"), n_status("status"), n_reason("reason"), n_blank(" "), n_empty(""),
     n_exc_info("exc_info"), n_format_stack("format_stack"), n_format_tb("format_tb"),
-    n_format_exception_only("format_exception_only"), n_traceback_head("Traceback (most recent call last):\n");
+    n_format_exception_only("format_exception_only"), n_extend("extend"),
+    n_traceback_head("Traceback (most recent call last):\n");
 Global g_http("_http"), g_readUrl("readUrl"), g_readUrlNoException("readUrlNoException"),
     g_RequestException("RequestException"), g_sys("sys"), g_traceback("traceback");
 
@@ -49,8 +50,8 @@ Ref format_exception(const Args&)
     entries = Ref::steal(PySequence_GetSlice(entries, 0, shown > 0 ? shown - 1 : 0));
     Ref info = call_method(g_sys.get(), n_exc_info);
     Ref type = item(info, integer(0)), value = item(info, integer(1)), where = item(info, integer(2));
-    check(PyList_Extend(entries, call_method(traceback, n_format_tb, {where})));
-    check(PyList_Extend(entries, call_method(traceback, n_format_exception_only, {type, value})));
+    call_method(entries, n_extend, {call_method(traceback, n_format_tb, {where})});
+    call_method(entries, n_extend, {call_method(traceback, n_format_exception_only, {type, value})});
     Ref whole = concat({n_traceback_head, Ref::steal(PyUnicode_Join(n_empty, entries))});
     return Ref::steal(PyUnicode_Substring(whole, 0, PyUnicode_GET_LENGTH(whole.get()) - 1));
 }
