@@ -195,21 +195,24 @@ def constructions():
 
 
 # Instances in a state that the normal construction does not reach.
-def prepared():
-    tree = statistics()
-    return {
-        "Statistics": tree,
-        "MasterStatistics": tree.getMasterStatistics(Master(), "10.0.0.1"),
-        "DevStatistics": tree.getDevStatistics(Master()),
-        "Stat": filled(T.Stat()),
-        "CommonDriverManager": registry(),
-        "ProcessDataStreamTable": stream_table(),
-        "RepeatTimer": repeat_timer(),
-    }
+PREPARED = {
+    "Statistics": statistics,
+    "MasterStatistics": lambda: statistics().getMasterStatistics(Master(), "10.0.0.1"),
+    "DevStatistics": lambda: statistics().getDevStatistics(Master()),
+    "Stat": lambda: filled(T.Stat()),
+    "CommonDriverManager": registry,
+    "ProcessDataStreamTable": stream_table,
+    "RepeatTimer": repeat_timer,
+}
+
+
+def make(name):
+    """A real instance of the class `name`, built with normal arguments."""
+    if name in PREPARED:
+        return PREPARED[name]()
+    return getattr(T, name)(*constructions()[name])
 
 
 def normal_instances():
-    """name -> a real instance, built with normal arguments."""
-    made = {name: getattr(T, name)(*args) for name, args in constructions().items()}
-    made.update(prepared())
-    return made
+    """name -> a real instance of each class with state of its own."""
+    return {name: make(name) for name in constructions()}
