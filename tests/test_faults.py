@@ -5,7 +5,6 @@ met the fault, unchanged, and nothing is left behind: the HTTP pool serves
 the next request, and no file descriptor stays open."""
 import errno
 import os
-import sys
 
 import pytest
 import urllib3
