@@ -17,8 +17,9 @@ def T():
     return Tessarine
 
 
-def run_python(code, **env):
+def run_python(code, *options, timeout=120, **env):
     """Runs code in a fresh interpreter that finds the same module; returns the process."""
     environment = dict(os.environ, **env)
     environment["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
-    return subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, env=environment, timeout=120)
+    return subprocess.run([sys.executable, *options, "-c", code], capture_output=True, text=True, env=environment,
+                          stdin=subprocess.DEVNULL, timeout=timeout)

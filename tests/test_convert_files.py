@@ -20,15 +20,19 @@ LINES = ["header", "  <Name>motor</Name>", "  <Value> 12.5 </Value>", "  <Value>
         ((LINES, "motor", 1, "<Other>", "</Other>"), None),
         ((LINES, "motor", 1, "<Value>", "</Value>", 0), None),
         ((LINES, "motor", 6, "<Value>", "</Value>"), None),
+        # Counts beyond any index bound empty ranges, as they do in Python.
+        ((LINES, "motor", 2**64, "<Value>", "</Value>"), None),
+        ((LINES, "motor", 1, "<Value>", "</Value>", -2**64), None),
     ],
 )
 def test_find_line_data(args, expected):
     assert T.find_line_data(*args) == expected
 
 
-def test_find_line_data_does_not_guard_the_end_of_the_lines():
+@pytest.mark.parametrize("add_lines, max_lines", [(1, 2), (-2**63, 3), (-10**30, 3), (1, 2**64)])
+def test_find_line_data_does_not_guard_the_end_of_the_lines(add_lines, max_lines):
     with pytest.raises(IndexError):
-        T.find_line_data(["name", "<v> open"], "name", 1, "<v>", "</v>", 2)
+        T.find_line_data(["name", "<v> open"], "name", add_lines, "<v>", "</v>", max_lines)
 
 
 def test_a_failed_search_moves_on_to_the_next_line_with_the_name():

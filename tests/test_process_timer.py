@@ -81,3 +81,31 @@ def test_cancel_wakes_a_long_wait(before_start):
     timer.cancel()
     timer.join(PATIENCE)
     assert not timer.is_alive() and callback.calls == []
+
+
+class Keywords:
+    """A mapping that is no dict."""
+
+    def keys(self):
+        return ["k"]
+
+    def __getitem__(self, key):
+        return 3
+
+
+@pytest.mark.parametrize("args, kwargs, call", [
+    ([1, 2], {"k": 3}, ((1, 2), {"k": 3})),
+    (iter("ab"), Keywords(), (("a", "b"), {"k": 3})),
+    (5, {}, "argument after * must be an iterable, not int"),
+    ((), [("k", 3)], "argument after ** must be a mapping, not list"),
+])
+def test_arguments_set_later_are_unpacked_as_a_call_unpacks_them(args, kwargs, call):
+    callback = Callback(cancel_on=1)
+    timer = callback.timer = T.RepeatTimer(None, 0, callback)
+    timer.args, timer.kwargs = args, kwargs
+    if isinstance(call, str):
+        with pytest.raises(TypeError, match=re.escape(call)):
+            timer.run()
+    else:
+        timer.run()
+        assert callback.calls == [call]

@@ -8,13 +8,7 @@ from conftest import run_python
 WALKS = r'''
 import sys, threading
 import vantrel.base.Tessarine as T
-
-def nested(depth):
-    top = cur = {}
-    for _ in range(depth):
-        cur["a"] = {}
-        cur = cur["a"]
-    return top
+from hostile import nested_dict as nested
 
 looped = {}
 looped["a"] = looped
@@ -68,6 +62,7 @@ def test_walks_of_looped_and_deep_structures_end_in_recursion_error():
 
 BOUNDARY = r'''
 import vantrel.base.Tessarine as T
+from hostile import nested_dict
 
 def py_depth(d):
     if not isinstance(d, dict):
@@ -78,12 +73,8 @@ def py_depth(d):
 
 def first_failing(depth_of):
     for depth in range(900, 1200):
-        top = cur = {}
-        for _ in range(depth):
-            cur["a"] = {}
-            cur = cur["a"]
         try:
-            depth_of(top)
+            depth_of(nested_dict(depth))
         except RecursionError:
             return depth
 

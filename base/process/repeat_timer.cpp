@@ -7,7 +7,7 @@ namespace {
 
 Name n_logger("_logger"), n_cancelled("cancelled"), n_init("__init__"), n_name("name"), n_interval("interval"),
     n_function("function"), n_args("args"), n_kwargs("kwargs"), n_finished("finished"), n_wait("wait"),
-    n_time("time"), n_cancel("cancel"), n_debugPeriodic("debugPeriodic"), n_Timer("Timer"),
+    n_time("time"), n_cancel("cancel"), n_debugPeriodic("debugPeriodic"), n_Timer("Timer"), n_keys("keys"),
     n_overrun("WARNING: %s callback took longer than timer period: per %ss, dt %.4fs");
 Global g_threading("threading"), g_time("time");
 
@@ -38,6 +38,31 @@ void report_overrun(PyObject* self, Borrowed dt)
         call_method(logger, n_debugPeriodic, {n_overrun, getattr(self, n_name), getattr(self, n_interval), dt});
 }
 
+// function(*args, **kwargs) as a call statement makes it, from whatever the
+// attributes hold by now: any iterable for the positional arguments, any
+// mapping for the keywords.
+void call_back(PyObject* self)
+{
+    Ref function = getattr(self, n_function);
+    Ref positional = getattr(self, n_args);
+    Ref keywords = getattr(self, n_kwargs);
+    PyTypeObject* positional_type = Py_TYPE(positional.get());
+    if (!PyTuple_CheckExact(positional)) {
+        if (!positional_type->tp_iter && !PySequence_Check(positional))
+            raise_format(PyExc_TypeError, "argument after * must be an iterable, not %.200s", positional_type->tp_name);
+        positional = Ref::steal(PySequence_Tuple(positional));
+    }
+    if (!PyDict_CheckExact(keywords)) {
+        if (!hasattr(keywords, n_keys))
+            raise_format(PyExc_TypeError, "argument after ** must be a mapping, not %.200s",
+                         Py_TYPE(keywords.get())->tp_name);
+        Ref copied = dict();
+        check(PyDict_Merge(copied, keywords, 1));
+        keywords = copied;
+    }
+    call_with(function, positional, keywords);
+}
+
 // Only the callback's time is taken off the wait; the wait's own lateness is
 // not measured, so the timer drifts by it on each round.
 Ref run(const Args& args)
@@ -51,7 +76,7 @@ Ref run(const Args& args)
         if (truthy(getattr(self, n_cancelled)))
             return none();
         Ref started = now();
-        call_with(getattr(self, n_function), getattr(self, n_args), getattr(self, n_kwargs));
+        call_back(self);
         Ref dt = binary(now(), started, PyNumber_Subtract);
         wait = binary(getattr(self, n_interval), dt, PyNumber_Subtract);
         if (compare(wait, zero, Py_LT)) {

@@ -5,9 +5,10 @@
 namespace tess::body {
 namespace {
 
-Name n_ioc("_ioc"), n_getVariableNames("getVariableNames"), n_sort("sort"), n_matlabNaming("matlabNaming"),
-    n_read("read"), n_write("write"), n_getError("getError"), n_getValueNames("getValueNames"),
-    n_getValue("getValue"), n_sysCmd("sysCmd"), n_doc("__doc__"), n_empty(""), n_hex4("4X"), n_hex("X"),
+Name n_ioc("_ioc"), n_setattr("__setattr__"), n_getVariableNames("getVariableNames"), n_sort("sort"),
+    n_matlabNaming("matlabNaming"), n_read("read"), n_write("write"), n_getError("getError"),
+    n_getValueNames("getValueNames"), n_getValue("getValue"), n_sysCmd("sysCmd"), n_doc("__doc__"), n_empty(""),
+    n_hex4("4X"), n_hex("X"),
     n_error_prefix("Error 0x"), n_colon(": "), n_command_prefix("System command "), n_open_hex(" (0x"),
     n_close_hex(") : "), n_AccessLocks("AccessLocks");
 Global g_OrvaneException("OrvaneException"), g_convertMatlabFieldName("_convertMatlabFieldName");
@@ -19,10 +20,11 @@ constexpr long kParameterizationLockSubindex = 3;
 constexpr long kUserInterfaceLockSubindex = 4;
 
 // The accessors' own __setattr__ would write a device variable or refuse, so
-// the reference is stored as object.__setattr__ stores it.
+// the reference is stored by object.__setattr__, which also refuses what it
+// must not write to, such as a class.
 Ref init(const Args& args)
 {
-    check(PyObject_GenericSetAttr(args[0], n_ioc, args[1]));
+    call(getattr(b_object, n_setattr), {args[0], n_ioc, args[1]});
     return none();
 }
 

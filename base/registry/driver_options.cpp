@@ -78,6 +78,15 @@ Ref canonical(PyObject* self, PyObject* key)
     return call_method(self, n_getName, {key});
 }
 
+// The dict underneath `self`, reached as super() reaches it: an object that
+// is no dict, handed to these methods through the class, has none.
+PyObject* store_of(PyObject* self)
+{
+    if (!PyDict_Check(self))
+        raise(PyExc_TypeError, "super(type, obj): obj must be an instance or subtype of type");
+    return self;
+}
+
 // Reading a valid name that was never set files an empty dict under it, and
 // hands out the stored dict itself so that changes to it reach the store.
 Ref get_item(const Args& args)
@@ -86,7 +95,7 @@ Ref get_item(const Args& args)
     Ref key = canonical(self, args[1]);
     if (!contains(self, key))
         set_item(self, key, dict());
-    return Ref::steal(PyDict_Type.tp_as_mapping->mp_subscript(self, key));
+    return Ref::steal(PyDict_Type.tp_as_mapping->mp_subscript(store_of(self), key));
 }
 
 Ref set_item_checked(const Args& args)
@@ -94,7 +103,7 @@ Ref set_item_checked(const Args& args)
     PyObject* self = args[0];
     Ref key = canonical(self, args[1]);
     call_method(self, n_checkOptions, {args[2]});
-    check(PyDict_SetItem(self, key, args[2]));
+    check(PyDict_SetItem(store_of(self), key, args[2]));
     return none();
 }
 

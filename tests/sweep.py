@@ -1,0 +1,279 @@
+"""Calls every function, method and property of the module with odd arguments
+and judges what comes out.  Meant for a child process, which a crash takes
+down instead of the test run: `python -c "import sweep; sweep.main('functions')"`
+prints one JSON summary line on standard output."""
+import collections
+import contextlib
+import faulthandler
+import functools
+import itertools
+import json
+import os
+import re
+import sys
+import types
+
+import vantrel.base.Tessarine as T
+
+import hostile
+import standins
+
+# Everything a call may raise without being a fault: the host's own errors,
+# those of the standard library the module calls (open among them), the
+# module's own tree, and what the hostile arguments raise.  MemoryError is the
+# host's answer to a container that claims a length it does not have.
+ORDINARY = (TypeError, ValueError, AttributeError, LookupError, ArithmeticError, RecursionError, NameError,
+            NotImplementedError, MemoryError, OSError, re.error, hostile.Hostile, T.OrvaneException)
+
+# Read by the sanitizer run, where every call costs several times more.
+SCALE = float(os.environ.get("TESSARINE_TEST_SCALE", "1"))
+
+# RepeatTimer.run only ends once its timer is cancelled: it is swept a round
+# at a time, by sweep_timer_rounds.
+LEFT_OUT = {"run"}
+
+
+def left_out(where, args):
+    """Calls that must not be made, as they must not be in Python: the seconds'
+    decimals make a scale of 10 ** (6 - decimals), which for a huge negative
+    count is a number of quintillions of digits; and filesha256 of a small
+    number opens (and at the end closes) that descriptor of the process."""
+    if where.endswith("setSecondsDecimals"):
+        return any(type(arg) is int and arg < -1000 for arg in args)
+    if where == "filesha256":
+        return bool(args) and type(args[0]) in (int, bool) and 0 <= args[0] < 1024
+    return False
+
+
+class Response:
+    def __init__(self, status, reason):
+        self.status, self.reason = status, reason
+
+
+class Pool:
+    """Stands in for _http: every request answers with the next odd status."""
+
+    def __init__(self, odd):
+        self.answers = itertools.cycle(odd)
+
+    def request(self, method, url, **kwargs):
+        return Response(next(self.answers), next(self.answers))
+
+
+def safe_name(value):
+    return type(value).__name__
+
+
+def members(cls):
+    """The operations a class of the module defines: (name, callable, whether
+    it takes the instance first)."""
+    for name, member in vars(cls).items():
+        if name in LEFT_OUT:
+            continue
+        if isinstance(member, property):
+            for accessor in (member.fget, member.fset):
+                if accessor:
+                    yield name, accessor, True
+        elif isinstance(member, staticmethod):
+            yield name, member.__func__, False
+        elif callable(member) and not isinstance(member, type):
+            yield name, member, True
+
+
+def module_callables():
+    for name in dir(T):
+        value = getattr(T, name)
+        if name in LEFT_OUT or name.startswith("__") or isinstance(value, types.ModuleType):
+            continue
+        if isinstance(value, type) and value.__module__ == T.__name__:
+            yield name, value
+            for member, function, _ in members(value):
+                yield f"{name}.{member}", function
+        elif callable(value) and not isinstance(value, type):
+            yield name, value
+
+
+def own_classes(instance):
+    return [cls for cls in type(instance).__mro__ if cls.__module__ == T.__name__]
+
+
+class Discard:
+    """Standard output of the calls: logging lines and printed reports."""
+
+    def write(self, text):
+        return len(text)
+
+    def flush(self):
+        pass
+
+
+class Judge:
+    """Makes the calls and keeps the record: counts, exception types, faults."""
+
+    def __init__(self):
+        self.where = None
+        self.calls = 0
+        self.raised = collections.Counter()
+        self.faults = []
+
+    def call(self, where, function, args):
+        if left_out(where, args):
+            return
+        if where != self.where:
+            # Standard error names the operation that a crash interrupts.
+            self.where = where
+            os.write(2, f"{where}\n".encode())
+        self.calls += 1
+        try:
+            function(*args)
+        except BaseException as error:
+            self.raised[type(error).__name__] += 1
+            wrong = hostile.verdict(error, ORDINARY)
+            if wrong:
+                self.faults.append(f"{where}({', '.join(map(safe_name, args))}): {wrong}")
+
+    def unraisable(self, report):
+        self.faults.append(f"unraisable in {report.object!r:.100}: {report.exc_type.__name__}: {report.exc_value}")
+
+    def summary(self):
+        return {"calls": self.calls, "raised": dict(self.raised), "faults": self.faults[:50]}
+
+
+REFUSED_COUNT = re.compile(r"\w+\(\) takes (exactly|at least|at most) \d+ positional arguments? \(\d+ given\)")
+
+
+def accepted_counts(function, counts):
+    """The numbers of arguments the function's signature takes: the others
+    only meet the frame's refusal, which the frame's own tests cover."""
+    for count in counts:
+        try:
+            function(*[None] * count)
+        except TypeError as error:
+            if REFUSED_COUNT.fullmatch(str(error)):
+                continue
+        except Exception:
+            pass
+        yield count
+
+
+def argument_lists(odd, counts, budget):
+    """Lists of odd arguments of each length in `counts`: all of them, or an
+    even spread of about as many as the budget allows for that length."""
+    for count in counts:
+        every = max(1, round(len(odd) ** count / (budget.get(count, len(odd) ** count) * SCALE)))
+        yield from itertools.islice(itertools.product(odd, repeat=count), 0, None, every)
+
+
+# Keyword arguments the frame must refuse or pass on, whatever their names.
+ODD_KEYWORDS = [{"\ud800": 1}, {"self": hostile.Liar()}, {hostile.LyingStr("self"): 1}, {"timeout": 0, "x": None}]
+
+
+def sweep_functions(judge, odd):
+    T._http = Pool(odd)
+    abyss = hostile.abyss()
+    for where, function in module_callables():
+        counts = list(accepted_counts(function, range(4)))
+        for args in argument_lists(odd, counts, {2: 4000, 3: 1500}):
+            judge.call(where, function, args)
+        # Each in every place, the others plain: one walk to the bottom costs.
+        for count, deep in itertools.product(counts, abyss):
+            for place in range(count):
+                judge.call(where, function, (None,) * place + (deep,) + (None,) * (count - place - 1))
+        for count, keywords in itertools.product(counts, ODD_KEYWORDS):
+            judge.call(where, functools.partial(function, **keywords), ("x",) * count)
+
+
+def operations(instance):
+    """(qualified name, operation bound to the instance) for every operation
+    the instance's classes of the module define."""
+    label = type(instance).__name__
+    for cls in own_classes(instance):
+        for name, function, binds in members(cls):
+            yield f"{label}.{name}", function.__get__(instance) if binds else function
+
+
+def sweep_instance(judge, instance, odd, counts, budget):
+    for where, operation in operations(instance):
+        for args in argument_lists(odd, accepted_counts(operation, counts), budget):
+            judge.call(where, operation, args)
+
+
+def odd_builds(odd):
+    """Instances made with one normal constructor argument replaced by an odd one."""
+    for name, normal in standins.constructions().items():
+        cls = getattr(T, name)
+        for position, value in itertools.product(range(len(normal)), odd):
+            args = list(normal)
+            args[position] = value
+            try:
+                yield cls(*args)
+            except Exception:
+                pass
+
+
+# Arguments that most operations take: an address, a port, a driver.
+PLAIN_ARGUMENTS = ("10.0.0.1", 1, standins.Master())
+
+
+def sweep_odd_states(judge, odd):
+    """Each attribute of each instance set to each odd value in turn, as the
+    package may set them, and every operation called with plain arguments."""
+    for instance in standins.normal_instances().values():
+        plain_calls = [(where, operation, PLAIN_ARGUMENTS[:count]) for where, operation in operations(instance)
+                       for count in accepted_counts(operation, range(4))]
+        state = vars(instance)
+        for attribute, kept in list(state.items()):
+            for value in itertools.islice(odd, 0, None, max(1, round(1 / SCALE))):
+                state[attribute] = value
+                for where, operation, args in plain_calls:
+                    judge.call(where, operation, args)
+            state[attribute] = kept
+
+
+class OneRound:
+    """A timer's `finished` event that lets exactly one round run."""
+
+    def __init__(self):
+        self.waits = 0
+
+    def wait(self, timeout=None):
+        self.waits += 1
+        return self.waits > 1
+
+
+def sweep_timer_rounds(judge, odd):
+    """RepeatTimer.run on the calling thread for one round, with each of the
+    attributes it reads odd in turn; the interval is below the callback's
+    duration, so the round ends in an overrun report."""
+    for attribute in ("interval", "function", "args", "kwargs", "_logger", "_name", "cancelled", "finished"):
+        for value in odd:
+            timer = T.RepeatTimer("t", -1, standins.callback, T.Logger(11), 1, k=2)
+            timer.finished = OneRound()
+            vars(timer)[attribute] = value
+            judge.call("RepeatTimer.run", timer.run, ())
+
+
+def sweep_instances(judge, odd):
+    T.CommonDriverManager.iodd = standins.Owner(T.Logger(11))
+    for instance in standins.normal_instances().values():
+        sweep_instance(judge, instance, odd, range(3), {2: 4000})
+    for instance in odd_builds(odd):
+        sweep_instance(judge, instance, odd, range(2), {1: 8})
+    sweep_odd_states(judge, odd)
+    sweep_timer_rounds(judge, odd)
+
+
+def main(which, patience=600):
+    # A crash shows where it happened; a call that never ends shows where it
+    # hangs, and ends the run.
+    faulthandler.enable()
+    faulthandler.dump_traceback_later(patience, exit=True)
+    # Walks of structures nested past the limit fail at the limit: a low one
+    # makes each such failure cheap.
+    sys.setrecursionlimit(300)
+    odd = hostile.odd_values(depth=1000)
+    judge = Judge()
+    sys.unraisablehook = judge.unraisable
+    with contextlib.redirect_stdout(Discard()):
+        {"functions": sweep_functions, "instances": sweep_instances}[which](judge, odd)
+    print(json.dumps(judge.summary()))
