@@ -388,6 +388,11 @@ void ready_function_type()
 
 bool is_function(PyObject* object) noexcept { return Py_IS_TYPE(object, function_type); }
 
+Implementation implementation_of(PyObject* object) noexcept
+{
+    return object && is_function(object) ? reinterpret_cast<FunctionObject*>(object)->code->implementation : nullptr;
+}
+
 PyObject* call_function(PyObject* function, PyObject* const* arguments, std::size_t count) noexcept
 {
     return FunctionObject::call(function, arguments, count, nullptr);

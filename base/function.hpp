@@ -99,6 +99,10 @@ Ref make_closure(Borrowed prototype, Borrowed closure);
 // True for the module's own function objects.
 bool is_function(PyObject* object) noexcept;
 
+// What a function object of the module runs, or NULL for anything else: the
+// way to recognise one's own function behind a name.
+Implementation implementation_of(PyObject* object) noexcept;
+
 // function(*arguments) for one of the module's own function objects, as a
 // call from Python would run it, without the detour through vectorcall.
 PyObject* call_function(PyObject* function, PyObject* const* arguments, std::size_t count) noexcept;

@@ -87,4 +87,35 @@ inline Py_ssize_t key_index(DictKeys* keys, PyObject* name) noexcept
     return -1;
 }
 
+// `number += amount` where `number` is an exact float or an exact positive
+// one-digit int that nothing but the caller's one reference holds: the sum
+// is written into the object itself, as the interpreter does for a float
+// whose last reference is the left operand, and no one can tell the object
+// from a new one.  False, with nothing changed, where that does not apply.
+inline bool add_in_place(PyObject* number, PyObject* amount) noexcept
+{
+    if (Py_REFCNT(number) != 1 || (!PyLong_CheckExact(amount) && !PyFloat_CheckExact(amount)))
+        return false;
+    auto* addend = reinterpret_cast<PyLongObject*>(amount);
+    const bool small_addend = PyLong_CheckExact(amount) && _PyLong_IsCompact(addend);
+    if (PyFloat_CheckExact(number)) {
+        if (PyFloat_CheckExact(amount))
+            reinterpret_cast<PyFloatObject*>(number)->ob_fval += PyFloat_AS_DOUBLE(amount);
+        else if (small_addend)
+            reinterpret_cast<PyFloatObject*>(number)->ob_fval += static_cast<double>(_PyLong_CompactValue(addend));
+        else
+            return false;
+        return true;
+    }
+    constexpr std::uintptr_t kOnePositiveDigit = std::uintptr_t{1} << _PyLong_NON_SIZE_BITS;
+    auto* held = reinterpret_cast<PyLongObject*>(number);
+    if (!PyLong_CheckExact(number) || held->long_value.lv_tag != kOnePositiveDigit || !small_addend)
+        return false;
+    const Py_ssize_t sum = static_cast<Py_ssize_t>(held->long_value.ob_digit[0]) + _PyLong_CompactValue(addend);
+    if (sum < 1 || sum > static_cast<Py_ssize_t>(PyLong_MASK))
+        return false;
+    held->long_value.ob_digit[0] = static_cast<digit>(sum);
+    return true;
+}
+
 }  // namespace tess::interpreter

@@ -73,8 +73,8 @@ int exec(PyObject* module)
         return -1;
     }
     the_module = Py_NewRef(module);
-    set_module_dict(PyModule_GetDict(module));
     try {
+        set_module_dict(PyModule_GetDict(module));
         warn_on_version_mismatch();
         Name::intern_all();
         Builtin::fetch_all();

@@ -24,13 +24,18 @@ void Name::intern_all()
     }
 }
 
-Ref Global::get() const
+// Starts at 1, so that no Global counts as current before its first lookup.
+std::uint64_t Global::namespace_changes = 1;
+
+Ref Global::lookup() const
 {
     PyObject* value;
     if (check(PyDict_GetItemRef(the_module_dict, name_, &value)) == 0) {
         PyErr_Format(PyExc_NameError, "name '%U' is not defined", name_.get());
         throw_python_error();
     }
+    value_ = value;
+    seen_ = namespace_changes;
     return Ref::steal(value);
 }
 
@@ -59,6 +64,25 @@ Builtin b_object("object"), b_property("property"), b_staticmethod("staticmethod
     b_print("print"), b_map("map"), b_max("max"), b_zip("zip"), b_open("open");
 
 PyObject* module_dict() noexcept { return the_module_dict; }
-void set_module_dict(PyObject* dict) noexcept { the_module_dict = dict; }
+
+namespace {
+int count_namespace_change(PyDict_WatchEvent, PyObject*, PyObject*, PyObject*)
+{
+    Global::namespace_changed();
+    return 0;
+}
+int namespace_watcher = -1;
+}  // namespace
+
+void set_module_dict(PyObject* dict)
+{
+    Global::namespace_changed();
+    the_module_dict = dict;
+    if (!dict)
+        return;
+    if (namespace_watcher < 0)
+        namespace_watcher = check(PyDict_AddWatcher(count_namespace_change));
+    check(PyDict_Watch(namespace_watcher, dict));
+}
 
 }  // namespace tess

@@ -4,9 +4,26 @@
 
 #include "reference.hpp"
 
+#include <cstdint>
+
 namespace tess {
 
 inline constexpr const char* kModuleName = "vantrel.base.Tessarine";
+
+// What the shortcuts of attributes.hpp found for one name on the instances
+// of one class, kept while the class keeps its version tag.
+struct AttributeSite {
+    PyTypeObject* type = nullptr;
+    unsigned int tag = 0;
+    std::uint8_t road = 0;
+    bool writable = false;
+    // Position among the instance's values, -1 while the class's shared
+    // keys lack the name; they only grow, so `known_keys` tells when to look
+    // again.
+    Py_ssize_t index = -1;
+    Py_ssize_t known_keys = 0;
+    PyObject* function = nullptr;  // borrowed from the class, valid with the tag
+};
 
 // An identifier interned once, when the module starts.  Declare them at
 // namespace scope; every Name registers itself so start-up can intern all.
@@ -21,24 +38,54 @@ public:
     operator Borrowed() const noexcept { return object_; }
     const char* text() const noexcept { return text_; }
 
+    // The site kept for instances of `type`, or NULL.
+    AttributeSite* site(PyTypeObject* type) const noexcept
+    {
+        for (AttributeSite& site : sites_)
+            if (site.type == type && site.tag == type->tp_version_tag && site.tag != 0)
+                return &site;
+        return nullptr;
+    }
+    // A place for a new site, in turn.
+    AttributeSite& new_site() const noexcept { return sites_[next_site_++ % kSites]; }
+
     static void intern_all();
 
 private:
+    static constexpr unsigned kSites = 4;
+
     const char* text_;
     PyObject* object_ = nullptr;
     Name* next_;
+    mutable AttributeSite sites_[kSites];
+    mutable unsigned char next_site_ = 0;
 };
 
-// A name of the module's own namespace.  get() reads the module dict at each
-// call, so an attribute replaced from outside takes effect at once.
+// A name of the module's own namespace, resolved at each use, so that an
+// attribute replaced from outside takes effect at once.  What was found is
+// kept until the namespace changes in any way (a watcher on the module dict
+// counts the changes), so a use in between costs a comparison.
 class Global {
 public:
     explicit Global(const char* text) noexcept : name_(text) {}
-    Ref get() const;
+    Ref get() const
+    {
+        if (seen_ == namespace_changes && value_)
+            return Ref::borrow(value_);
+        return lookup();
+    }
     const Name& name() const noexcept { return name_; }
+    // What every Global found so far may be out of date from now on.
+    static void namespace_changed() noexcept { ++namespace_changes; }
 
 private:
+    Ref lookup() const;
+
     Name name_;
+    mutable PyObject* value_ = nullptr;  // borrowed from the module dict, valid while seen_ is current
+    mutable std::uint64_t seen_ = 0;
+
+    static std::uint64_t namespace_changes;
 };
 
 // A builtin fetched once at start-up; replacing it in builtins later does not
@@ -66,6 +113,8 @@ extern Builtin b_object, b_property, b_staticmethod, b_super, b_print, b_map, b_
 // The namespace of the one module object (borrowed; the module lives until
 // the process ends once it has started).
 PyObject* module_dict() noexcept;
-void set_module_dict(PyObject* dict) noexcept;
+// Makes `dict` the module's namespace, watched for changes from then on
+// (NULL, after a failed start, never fails).
+void set_module_dict(PyObject* dict);
 
 }  // namespace tess

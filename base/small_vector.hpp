@@ -26,7 +26,7 @@ public:
     const T& operator[](std::size_t index) const noexcept { return data_[index]; }
 
 private:
-    T inline_[N]{};
+    T inline_[N];  // filled by the owner; spared the zeroing on every call
     std::unique_ptr<T[]> heap_;
     T* data_ = inline_;
     std::size_t size_;

@@ -3,7 +3,7 @@
 // every figure in a report is a str and only `count` stays a number.
 #include "statistics.hpp"
 
-#include "../instance_fields.hpp"
+#include "../numbers.hpp"
 
 namespace tess::body {
 namespace {
@@ -20,6 +20,7 @@ Global g_deque("deque");
 PyObject* min_unset = nullptr;   // 1000000.0
 PyObject* max_unset = nullptr;   // -1000000.0
 PyObject* float_zero = nullptr;  // 0.0
+PyObject* one = nullptr;         // 1
 
 void init_stat(PyObject* self, Borrowed scale, Borrowed pattern, Borrowed hist_size)
 {
@@ -32,21 +33,11 @@ void init_stat(PyObject* self, Borrowed scale, Borrowed pattern, Borrowed hist_s
     setattr(self, n_hist, truthy(hist_size) ? call(g_deque.get(), {list(), hist_size}) : none());
 }
 
-// What add and _addStat update, on every value of the traffic.
-InstanceFields figure_fields{&n_count, &n_sum, &n_min, &n_max, &n_hist};
-using Fields = InstanceFields::Access;
-
-// figure.<name> += amount
-void grow(const Fields& figure, const Name& name, Borrowed amount)
-{
-    figure.set(name, Ref::steal(PyNumber_InPlaceAdd(figure.get(name), amount)));
-}
-
 // if candidate <op> figure.<name>: figure.<name> = candidate
-void take_if(const Fields& figure, const Name& name, Borrowed candidate, int op)
+void take_if(PyObject* figure, const Name& name, Borrowed candidate, int op)
 {
-    if (compare(candidate, figure.get(name), op))
-        figure.set(name, candidate);
+    if (compare_numbers(candidate, getattr(figure, name), op))
+        setattr(figure, name, candidate);
 }
 
 // format % (value * scale)
@@ -63,15 +54,15 @@ Ref stat_init(const Args& args)
 
 Ref add(const Args& args)
 {
-    Fields figure = figure_fields.of(args[0]);
+    PyObject* figure = args[0];
     PyObject* value = args[1];
-    grow(figure, n_count, integer(1));
-    grow(figure, n_sum, value);
+    add_to(figure, n_count, one);
+    add_to(figure, n_sum, value);
     take_if(figure, n_min, value, Py_LT);
     take_if(figure, n_max, value, Py_GT);
     // The test is on the deque's truth: a history grows only once a caller
     // has put a first entry into it.
-    Ref hist = figure.get(n_hist);
+    Ref hist = getattr(figure, n_hist);
     if (truthy(hist))
         call_method(hist, n_append, {value});
     return none();
@@ -91,7 +82,7 @@ Ref get_stat(const Args& args)
     set_item(report, n_count, count);
     set_item(report, n_min, shown(pattern, min, scale));
     set_item(report, n_max, shown(pattern, max, scale));
-    if (!compare(min, max, Py_NE))
+    if (!compare_numbers(min, max, Py_NE))
         return report;
     set_item(report, n_mean, shown(pattern, getattr(self, n_mean), scale));
     Ref hist = getattr(self, n_hist);
@@ -155,11 +146,10 @@ Ref add_stat(const Args& args)
         setattr(self, n_format, getattr(stat, n_format));
         setattr(self, n_inited, Py_True);
     }
-    Fields merged = figure_fields.of(self);
-    grow(merged, n_count, getattr(stat, n_count));
-    grow(merged, n_sum, getattr(stat, n_sum));
-    take_if(merged, n_min, getattr(stat, n_min), Py_LT);
-    take_if(merged, n_max, getattr(stat, n_max), Py_GT);
+    add_to(self, n_count, getattr(stat, n_count));
+    add_to(self, n_sum, getattr(stat, n_sum));
+    take_if(self, n_min, getattr(stat, n_min), Py_LT);
+    take_if(self, n_max, getattr(stat, n_max), Py_GT);
     return none();
 }
 
@@ -196,6 +186,7 @@ void define_stat_values()
         min_unset = floating(1000000.0).release();
         max_unset = floating(-1000000.0).release();
         float_zero = floating(0.0).release();
+        one = integer(1).release();
     }
     ClassBuilder("Stat", {b_object}, "Moving statistics")
         .method(stat_init_def)
