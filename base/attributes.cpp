@@ -64,6 +64,34 @@ AttributeSite& site_for(PyTypeObject* type, const Name& name)
     return *site;
 }
 
+Name n_func("__func__");
+
+// Class.name for a class of the plain metaclass: what its classes hold is
+// fixed by their version tag, and the metaclass `type` changes never.  Kept
+// where it is the very object the class holds, or a static method's
+// function; anything a descriptor makes anew at each read is not.
+Ref class_attribute(PyObject* object, const Name& name)
+{
+    auto* cls = reinterpret_cast<PyTypeObject*>(object);
+    if (AttributeSite* site = name.site(cls, true); site && site->road == road::class_member)
+        return Ref::borrow(site->function);
+    Ref value = Ref::steal(PyObject_GetAttr(object, name));
+    if (!layout_confirmed || _PyType_Lookup(&PyType_Type, name) || !PyUnstable_Type_AssignVersionTag(cls))
+        return value;
+    PyObject* found = _PyType_Lookup(cls, name);
+    bool fixed = found == value.get();
+    if (found && !fixed && Py_IS_TYPE(found, &PyStaticMethod_Type)) {
+        Ref function = Ref::steal(PyObject_GetAttr(found, n_func));
+        fixed = function.get() == value.get();
+    }
+    if (fixed) {
+        AttributeSite& site = name.new_site();
+        site = AttributeSite{.type = cls, .tag = cls->tp_version_tag, .road = road::class_member, .of_class = true,
+                             .function = value.get()};
+    }
+    return value;
+}
+
 enum class Held { unknown, absent, present };
 
 // Whether the instance holds a value under the site's name: `absent` when
@@ -83,6 +111,8 @@ Held held(const AttributeSite& site, PyObject* object)
 
 Ref getattr_judged(Borrowed object, const Name& name)
 {
+    if (Py_IS_TYPE(object.get(), &PyType_Type))
+        return class_attribute(object, name);
     AttributeSite& site = site_for(Py_TYPE(object.get()), name);
     if (site.road == road::own_getter) {
         Ref getter = Ref::borrow(site.function);  // the class may drop it while it runs

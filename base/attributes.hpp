@@ -18,8 +18,9 @@ namespace tess {
 
 namespace road {
 // instance_value: the instance keeps its attributes among inline values;
-// no_instance_dict: instances have no attributes of their own at all.
-enum : std::uint8_t { general, instance_value, own_getter, no_instance_dict };
+// no_instance_dict: instances have no attributes of their own at all;
+// class_member: what Class.name gives, always the same object.
+enum : std::uint8_t { general, instance_value, own_getter, no_instance_dict, class_member };
 }
 
 Ref getattr_judged(Borrowed object, const Name& name);

@@ -5,6 +5,8 @@
 #include "reference.hpp"
 
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 
 namespace tess {
 
@@ -17,6 +19,7 @@ struct AttributeSite {
     unsigned int tag = 0;
     std::uint8_t road = 0;
     bool writable = false;
+    bool of_class = false;  // for the class itself (Class.name), not its instances
     // Position among the instance's values, -1 while the class's shared
     // keys lack the name; they only grow, so `known_keys` tells when to look
     // again.
@@ -38,11 +41,11 @@ public:
     operator Borrowed() const noexcept { return object_; }
     const char* text() const noexcept { return text_; }
 
-    // The site kept for instances of `type`, or NULL.
-    AttributeSite* site(PyTypeObject* type) const noexcept
+    // The site kept for instances of `type` (or for `type` itself), or NULL.
+    AttributeSite* site(PyTypeObject* type, bool of_class = false) const noexcept
     {
         for (AttributeSite& site : sites_)
-            if (site.type == type && site.tag == type->tp_version_tag && site.tag != 0)
+            if (site.type == type && site.tag == type->tp_version_tag && site.tag != 0 && site.of_class == of_class)
                 return &site;
         return nullptr;
     }
@@ -60,6 +63,9 @@ private:
     mutable AttributeSite sites_[kSites];
     mutable unsigned char next_site_ = 0;
 };
+
+// Several Names in one argument, e.g. {n_code, n_source}.
+using Names = std::initializer_list<std::reference_wrapper<const Name>>;
 
 // A name of the module's own namespace, resolved at each use, so that an
 // attribute replaced from outside takes effect at once.  What was found is

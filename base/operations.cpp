@@ -116,9 +116,13 @@ Global g_json("json");
 
 Ref item_at(Borrowed sequence, Py_ssize_t index)
 {
-    // Selectors are tuples; spare them the int object.
-    if (PyTuple_CheckExact(sequence.get()) && index >= 0 && index < PyTuple_GET_SIZE(sequence.get()))
-        return Ref::borrow(PyTuple_GET_ITEM(sequence.get(), index));
+    // Tuples and lists within bounds answer as their subscript would,
+    // without the int object.
+    PyObject* object = sequence.get();
+    if (PyTuple_CheckExact(object) && index >= 0 && index < PyTuple_GET_SIZE(object))
+        return Ref::borrow(PyTuple_GET_ITEM(object, index));
+    if (PyList_CheckExact(object) && index >= 0 && index < PyList_GET_SIZE(object))
+        return Ref::borrow(PyList_GET_ITEM(object, index));
     return item(sequence, integer(index));
 }
 

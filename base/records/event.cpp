@@ -36,11 +36,11 @@ Ref at_position(PyObject* self, Borrowed index) { return item(getattr(self, n_ev
 template <long Position>
 Ref positional(const Args& args)
 {
-    return at_position(args[0], integer(Position));
+    return item_at(getattr(args[0], n_event), Position);
 }
 
 // self.<coarser>(event) and then the named fields, with the same stopping rule.
-Ref refined(PyObject* self, PyObject* event, Borrowed coarser, std::initializer_list<Borrowed> names)
+Ref refined(PyObject* self, PyObject* event, const Name& coarser, Names names)
 {
     Ref held = call_method(self, coarser, {event});
     return truthy(held) ? fields_equal(self, event, names) : held;

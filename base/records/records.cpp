@@ -9,16 +9,16 @@ Ref json_report(Borrowed key, Borrowed report)
     return json_text(wrapped);
 }
 
-void report_attributes(Borrowed report, Borrowed self, std::initializer_list<Borrowed> names)
+void report_attributes(Borrowed report, Borrowed self, Names names)
 {
-    for (Borrowed name : names)
+    for (const Name& name : names)
         set_item(report, name, getattr(self, name));
 }
 
-Ref fields_equal(Borrowed self, Borrowed other, std::initializer_list<Borrowed> names)
+Ref fields_equal(Borrowed self, Borrowed other, Names names)
 {
     Ref result;
-    for (Borrowed name : names) {
+    for (const Name& name : names) {
         Ref mine = getattr(self, name);
         Ref theirs = getattr(other, name);
         result = Ref::steal(PyObject_RichCompare(mine, theirs, Py_EQ));

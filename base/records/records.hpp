@@ -11,11 +11,11 @@ Ref json_report(Borrowed key, Borrowed report);
 
 // report[name] = self.<name> for each name, read in the order given, so a
 // record's report shows exactly what its attributes answer.
-void report_attributes(Borrowed report, Borrowed self, std::initializer_list<Borrowed> names);
+void report_attributes(Borrowed report, Borrowed self, Names names);
 
 // self.<name> == other.<name> for each name in turn, as a chain of `and`:
 // it stops at the first comparison that does not hold, and the answer is the
 // result of the last comparison made, whatever its type.
-Ref fields_equal(Borrowed self, Borrowed other, std::initializer_list<Borrowed> names);
+Ref fields_equal(Borrowed self, Borrowed other, Names names);
 
 }  // namespace tess::body
