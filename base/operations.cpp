@@ -1,8 +1,11 @@
 #include "operations.hpp"
 
+#include "function.hpp"
 #include "small_vector.hpp"
 
+#include <algorithm>
 #include <cstdarg>
+#include <cstring>
 
 namespace tess {
 
@@ -54,6 +57,8 @@ Ref call(Borrowed callable, std::initializer_list<Borrowed> args)
     std::size_t index = 1;
     for (Borrowed arg : args)
         stack[index++] = arg.get();
+    if (is_function(callable))
+        return Ref::steal(call_function(callable, stack.data() + 1, args.size()));
     return Ref::steal(PyObject_Vectorcall(callable, stack.data() + 1, args.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
                                           nullptr));
 }
@@ -152,9 +157,25 @@ Ref concat(std::initializer_list<Borrowed> parts)
             sum = sum ? Ref::steal(PyNumber_Add(sum, part)) : part.ref();
         return sum;
     }
-    Ref pieces = tuple(parts);
-    Ref empty = Ref::steal(PyUnicode_FromStringAndSize("", 0));
-    return Ref::steal(PyUnicode_Join(empty, pieces));
+    // All str: one new str of the joined length and widest kind.
+    Py_ssize_t size = 0;
+    Py_UCS4 widest = 0;
+    for (Borrowed part : parts) {
+        size += PyUnicode_GET_LENGTH(part.get());
+        widest = std::max<Py_UCS4>(widest, PyUnicode_MAX_CHAR_VALUE(part.get()));
+    }
+    Ref joined = Ref::steal(PyUnicode_New(size, widest));
+    Py_ssize_t at = 0;
+    for (Borrowed part : parts) {
+        const Py_ssize_t length = PyUnicode_GET_LENGTH(part.get());
+        if (PyUnicode_KIND(part.get()) == PyUnicode_KIND(joined.get()))
+            std::memcpy(static_cast<char*>(PyUnicode_DATA(joined.get())) + at * PyUnicode_KIND(joined.get()),
+                        PyUnicode_DATA(part.get()), static_cast<std::size_t>(length) * PyUnicode_KIND(joined.get()));
+        else
+            check(static_cast<int>(PyUnicode_CopyCharacters(joined, at, part, 0, length)));
+        at += length;
+    }
+    return joined;
 }
 
 Ref iterate_next(Borrowed iterator)

@@ -5,6 +5,7 @@
 #include "attributes.hpp"
 #include "names.hpp"
 
+#include <cstring>
 #include <initializer_list>
 #include <span>
 #include <string_view>
@@ -58,7 +59,17 @@ inline Ref super_getattr(Borrowed cls, Borrowed self, Borrowed name)
 // --- the usual protocol -------------------------------------------------
 inline bool truthy(Borrowed object) { return check(PyObject_IsTrue(object)) != 0; }
 inline bool compare(Borrowed a, Borrowed b, int op) { return check(PyObject_RichCompareBool(a, b, op)) != 0; }
-inline bool equal(Borrowed a, Borrowed b) { return compare(a, b, Py_EQ); }
+// a == b as containers compare their items; two exact str are compared here.
+inline bool equal(Borrowed a, Borrowed b)
+{
+    PyObject* x = a.get();
+    PyObject* y = b.get();
+    if (!PyUnicode_CheckExact(x) || !PyUnicode_CheckExact(y))
+        return compare(a, b, Py_EQ);
+    const Py_ssize_t size = PyUnicode_GET_LENGTH(x);
+    return x == y || (size == PyUnicode_GET_LENGTH(y) && PyUnicode_KIND(x) == PyUnicode_KIND(y) &&
+                      std::memcmp(PyUnicode_DATA(x), PyUnicode_DATA(y), static_cast<std::size_t>(size) * PyUnicode_KIND(x)) == 0);
+}
 inline bool is_instance(Borrowed object, Borrowed cls) { return check(PyObject_IsInstance(object, cls)) != 0; }
 inline Ref str(Borrowed object) { return Ref::steal(PyObject_Str(object)); }
 inline Ref repr(Borrowed object) { return Ref::steal(PyObject_Repr(object)); }

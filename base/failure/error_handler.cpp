@@ -2,6 +2,7 @@
 // records it as the last error and on a bounded list, logs it, and raises or
 // not according to its mode.
 #include "../convert/type_tests.hpp"
+#include "../numbers.hpp"
 
 namespace tess::body {
 namespace {
@@ -142,9 +143,9 @@ Ref handle_error(const Args& args)
     call_method(getattr(self, n_logger), n_error, {message});
     Ref stack = getattr(self, n_errorStack);
     call_method(stack, n_append, {message});
-    if (compare(integer(length(stack)), getattr(self, n_maxStackLength), Py_GT))
+    if (compare_numbers(integer(length(stack)), getattr(self, n_maxStackLength), Py_GT))
         call_method(stack, n_pop, {integer(0)});
-    if (equal(mode, integer(1)))
+    if (compare_numbers(mode, integer(1), Py_EQ))
         raise_object(Ref::borrow(error));
     return none();
 }
