@@ -147,7 +147,7 @@ void add_to(Borrowed object, const Name& name, Borrowed amount)
     setattr(object, name, sum);
 }
 
-PyObject* peek(Borrowed object, const Name& name) noexcept
+PyObject* peek_judged(Borrowed object, const Name& name) noexcept
 {
     AttributeSite& site = site_for(Py_TYPE(object.get()), name);
     if (site.road == road::instance_value && held(site, object) == Held::present)
@@ -162,6 +162,21 @@ PyObject* method_of(Borrowed self, const Name& name) noexcept
     const bool unhidden = site.road == road::no_instance_dict ||
                           (site.road == road::instance_value && held(site, self) == Held::absent);
     return unhidden ? site.function : nullptr;
+}
+
+PyObject* getter_of(Borrowed object, const Name& name) noexcept
+{
+    if (Py_IS_TYPE(object.get(), &PyType_Type))
+        return nullptr;
+    AttributeSite& site = site_for(Py_TYPE(object.get()), name);
+    return site.road == road::own_getter ? site.function : nullptr;
+}
+
+void OwnClass::remember(Borrowed cls)
+{
+    auto* type = reinterpret_cast<PyTypeObject*>(cls.get());
+    Py_XSETREF(type_, reinterpret_cast<PyTypeObject*>(Py_NewRef(cls.get())));
+    tag_ = PyUnstable_Type_AssignVersionTag(type) ? type->tp_version_tag : 0;
 }
 
 Ref call_method(Borrowed self, const Name& name, std::initializer_list<Borrowed> leading,

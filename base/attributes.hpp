@@ -65,13 +65,43 @@ inline void setattr(Borrowed object, const Name& name, Borrowed value)
 // object.name += amount
 void add_to(Borrowed object, const Name& name, Borrowed amount);
 
+PyObject* peek_judged(Borrowed object, const Name& name) noexcept;
+
 // The value the instance itself keeps under `name`, where the shortcut finds
 // it (borrowed), or NULL: then only the general road can tell.
-PyObject* peek(Borrowed object, const Name& name) noexcept;
+inline PyObject* peek(Borrowed object, const Name& name) noexcept
+{
+    AttributeSite* site = name.site(Py_TYPE(object.get()));
+    if (site && site->road == road::instance_value && site->index >= 0) {
+        interpreter::DictValues* values = interpreter::inline_values(object);
+        return values->valid ? values->values[site->index] : nullptr;
+    }
+    return peek_judged(object, name);
+}
 
 // The method that `self.name` would bind (borrowed from the class), or NULL
 // where the shortcut cannot be sure: then only the general road can tell.
 PyObject* method_of(Borrowed self, const Name& name) noexcept;
+
+// The module's own getter that `object.name` runs (borrowed from its
+// property), or NULL where it is anything else or only the general road can
+// tell.
+PyObject* getter_of(Borrowed object, const Name& name) noexcept;
+
+// A class of the module as the module body made it: is() holds while a type
+// is that very class, unchanged since then (by its version tag).
+class OwnClass {
+public:
+    void remember(Borrowed cls);
+    bool is(PyTypeObject* type) const noexcept
+    {
+        return type == type_ && tag_ != 0 && type->tp_version_tag == tag_;
+    }
+
+private:
+    PyTypeObject* type_ = nullptr;  // strong, for the life of the process
+    unsigned int tag_ = 0;
+};
 
 // self.name(*leading, *rest)
 Ref call_method(Borrowed self, const Name& name, std::initializer_list<Borrowed> leading = {},

@@ -388,6 +388,12 @@ void ready_function_type()
 
 bool is_function(PyObject* object) noexcept { return Py_IS_TYPE(object, function_type); }
 
+void add_function_traceback(PyObject* function) noexcept
+{
+    Code& code = *reinterpret_cast<FunctionObject*>(function)->code;
+    add_traceback_entry(&code.traceback_code, code.dotted_name.c_str(), code.file, code.line);
+}
+
 Implementation implementation_of(PyObject* object) noexcept
 {
     return object && is_function(object) ? reinterpret_cast<FunctionObject*>(object)->code->implementation : nullptr;

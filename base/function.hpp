@@ -4,6 +4,7 @@
 #pragma once
 
 #include "operations.hpp"
+#include "recursion.hpp"
 
 #include <source_location>
 #include <span>
@@ -102,6 +103,26 @@ bool is_function(PyObject* object) noexcept;
 // What a function object of the module runs, or NULL for anything else: the
 // way to recognise one's own function behind a name.
 Implementation implementation_of(PyObject* object) noexcept;
+
+// Adds the traceback entry that `function` (one of the module's own) adds
+// when an exception leaves it.
+void add_function_traceback(PyObject* function) noexcept;
+
+// Runs `body` as a call of `function`, one of the module's own, would run
+// its work: with one level of the recursion limit taken, and with the
+// function's traceback entry added should an exception leave.  The way to do
+// inline what a call of one's own function would do.
+template <typename Body>
+auto as_call_of(PyObject* function, Body&& body) -> decltype(body())
+{
+    try {
+        RecursionGuard depth;
+        return body();
+    } catch (const PythonError&) {
+        add_function_traceback(function);
+        throw;
+    }
+}
 
 // function(*arguments) for one of the module's own function objects, as a
 // call from Python would run it, without the detour through vectorcall.

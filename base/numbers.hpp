@@ -53,6 +53,36 @@ inline Ref add(Borrowed a, Borrowed b, binaryfunc general = PyNumber_Add)
     return Ref::steal(general(a, b));
 }
 
+// a * b
+inline Ref multiply(Borrowed a, Borrowed b)
+{
+    long long m, n;
+    if (small_int(a, m) && small_int(b, n))
+        return Ref::steal(PyLong_FromLongLong(m * n));
+    double x, y;
+    if (both_float(a, b, x, y))
+        return Ref::steal(PyFloat_FromDouble(x * y));
+    return Ref::steal(PyNumber_Multiply(a, b));
+}
+
+// a / b, where the division by zero stays the host's to report.
+inline Ref true_divide(Borrowed a, Borrowed b)
+{
+    long long m, n;
+    double x, y;
+    if (small_int(a, m) && small_int(b, n) && n != 0)
+        return Ref::steal(PyFloat_FromDouble(static_cast<double>(m) / static_cast<double>(n)));
+    if (both_float(a, b, x, y) && y != 0)
+        return Ref::steal(PyFloat_FromDouble(x / y));
+    return Ref::steal(PyNumber_TrueDivide(a, b));
+}
+
+// An exact int or an exact float: arithmetic on it runs no code of anyone.
+inline bool plain_number(PyObject* object) noexcept
+{
+    return object && (PyLong_CheckExact(object) || PyFloat_CheckExact(object));
+}
+
 // bool(a < b), bool(a > b), ... for op one of Py_LT, Py_LE, Py_EQ, Py_NE,
 // Py_GT, Py_GE: the comparison as an expression makes it, so an object is
 // not taken to equal itself without asking it.

@@ -90,7 +90,10 @@ inline bool contains(Borrowed container, Borrowed item) { return check(PySequenc
 Ref mapping_get(Borrowed mapping, Borrowed key);
 // json.dumps(report, indent=4, ensure_ascii=False), `json` looked up in the module.
 Ref json_text(Borrowed report);
-inline void set_item(Borrowed object, Borrowed key, Borrowed value) { check(PyObject_SetItem(object, key, value)); }
+inline void set_item(Borrowed object, Borrowed key, Borrowed value)
+{
+    check(PyDict_CheckExact(object.get()) ? PyDict_SetItem(object, key, value) : PyObject_SetItem(object, key, value));
+}
 inline Ref binary(Borrowed a, Borrowed b, PyObject* (*op)(PyObject*, PyObject*)) { return Ref::steal(op(a, b)); }
 // `parts[0] + parts[1] + ...`: one join when all are str.
 Ref concat(std::initializer_list<Borrowed> parts);

@@ -2,7 +2,6 @@
 // message's level is above the logger's.
 #include "../Tessarine.hpp"
 #include "../numbers.hpp"
-#include "../recursion.hpp"
 
 namespace tess::body {
 namespace {
@@ -73,24 +72,17 @@ Ref log(const Args& args)
     return none();
 }
 
-// Whether self.log(level, ...) returns at its filter: where the class's log
-// is this very one, the question is answered here, without the call.
-bool filtered_by_own_log(PyObject* self, long level)
-{
-    long long threshold;
-    return implementation_of(method_of(self, n_log)) == log && small_int(peek(self, n_logLevel), threshold) &&
-           threshold < level;
-}
-
 // The printing operations hand msg and *args to self.log unformatted, through
-// the instance, so that a subclass replacing log receives everything.
+// the instance, so that a subclass replacing log receives everything.  Where
+// the class's log is this very one and its filter refuses the message, the
+// call is answered here without being made.
 template <int Level, const Name& Head>
 Ref emit(const Args& args)
 {
-    if (filtered_by_own_log(args[0], Level)) {
-        RecursionGuard depth;  // the level that the call of log would take
-        return none();
-    }
+    PyObject* own_log = method_of(args[0], n_log);
+    long long threshold;
+    if (implementation_of(own_log) == log && small_int(peek(args[0], n_logLevel), threshold) && threshold < Level)
+        return as_call_of(own_log, [] { return none(); });
     call_method(args[0], n_log, {integer(Level), Head, args[1]}, args.rest());
     return none();
 }

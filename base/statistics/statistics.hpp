@@ -81,16 +81,31 @@ std::array<Ref, N> unpack(Borrowed iterable)
 // [self.<name> for each figure], appended to `into`.
 void append_attributes(Borrowed into, Borrowed self, Figures figures);
 
+// Statistics.stat or Statistics.mergestat, as one report finds it (late
+// bound); where it is the module's own, calling it does its work directly.
+class Leaf {
+public:
+    using Work = Ref (*)(Borrowed);
+    Leaf(const Name& which, Implementation own, Work work);
+    Ref operator()(Borrowed argument) const;
+
+private:
+    Ref function_;
+    Work work_;  // NULL where the function found is not the module's own
+};
+Leaf stat_leaf();    // Statistics.stat
+Leaf merge_leaf();   // Statistics.mergestat
+
 // report[name] = leaf(self.<name>) for each figure.
-void put_leaves(Borrowed report, Borrowed self, Figures figures, Borrowed leaf);
+void put_leaves(Borrowed report, Borrowed self, Figures figures, const Leaf& leaf);
 
 // The five leaves of one port: Statistics.stat(table_of(name).get(port)).
 template <typename TableOf>
-Ref port_leaves(Borrowed leaf, Borrowed port, TableOf&& table_of)
+Ref port_leaves(const Leaf& leaf, Borrowed port, TableOf&& table_of)
 {
     Ref report = dict();
     for (const Figure& figure : port_report)
-        set_item(report, figure.name, call(leaf, {mapping_get(table_of(figure.name), port)}));
+        set_item(report, figure.name, leaf(mapping_get(table_of(figure.name), port)));
     return report;
 }
 
@@ -132,6 +147,14 @@ inline FunctionDef repr_def(Implementation implementation,
             .doc = "Returns the object data in JSON format",
             .where = where};
 }
+
+// figure.getStat(), run straight through where it is the module's own.
+Ref report_of(Borrowed figure);
+
+// StatMerge(figures).getStat() for a list of figures, worked out without the
+// merge object where `merge_class` is the module's own StatMerge and every
+// figure a plain one of its own; an empty Ref elsewhere.
+Ref merged_report(Borrowed merge_class, Borrowed figures);
 
 // The cached views of Statistics, made by the classes they return.
 Ref get_master_statistics(const Args& args);
