@@ -92,6 +92,28 @@ Ref class_attribute(PyObject* object, const Name& name)
     return value;
 }
 
+// module.name, kept while nothing the module watches changes: where the
+// module's own type has nothing of that name, the attribute is the entry of
+// its dict, and the module's dict is watched from the first read on.
+Ref module_attribute(PyObject* module, const Name& name)
+{
+    Name::ModuleMember& member = name.module_member();
+    if (member.module == module && member.seen == watched_changes)
+        return Ref::borrow(member.value);
+    Ref value = Ref::steal(PyObject_GetAttr(module, name));
+    PyObject* namespace_ = PyModule_GetDict(module);
+    if (!layout_confirmed || _PyType_Lookup(&PyModule_Type, name) || !namespace_)
+        return value;
+    PyObject* held = PyDict_GetItemWithError(namespace_, name);
+    if (held != value.get()) {
+        PyErr_Clear();
+        return value;
+    }
+    watch(namespace_);
+    member = {module, held, watched_changes};
+    return value;
+}
+
 enum class Held { unknown, absent, present };
 
 // Whether the instance holds a value under the site's name: `absent` when
@@ -113,6 +135,8 @@ Ref getattr_judged(Borrowed object, const Name& name)
 {
     if (Py_IS_TYPE(object.get(), &PyType_Type))
         return class_attribute(object, name);
+    if (PyModule_CheckExact(object.get()))
+        return module_attribute(object, name);
     AttributeSite& site = site_for(Py_TYPE(object.get()), name);
     if (site.road == road::own_getter) {
         Ref getter = Ref::borrow(site.function);  // the class may drop it while it runs

@@ -24,8 +24,8 @@ void Name::intern_all()
     }
 }
 
-// Starts at 1, so that no Global counts as current before its first lookup.
-std::uint64_t Global::namespace_changes = 1;
+// Starts at 1, so that nothing counts as current before its first lookup.
+std::uint64_t watched_changes = 1;
 
 Ref Global::lookup() const
 {
@@ -35,7 +35,7 @@ Ref Global::lookup() const
         throw_python_error();
     }
     value_ = value;
-    seen_ = namespace_changes;
+    seen_ = watched_changes;
     return Ref::steal(value);
 }
 
@@ -66,23 +66,27 @@ Builtin b_object("object"), b_property("property"), b_staticmethod("staticmethod
 PyObject* module_dict() noexcept { return the_module_dict; }
 
 namespace {
-int count_namespace_change(PyDict_WatchEvent, PyObject*, PyObject*, PyObject*)
+int count_change(PyDict_WatchEvent, PyObject*, PyObject*, PyObject*)
 {
-    Global::namespace_changed();
+    ++watched_changes;
     return 0;
 }
-int namespace_watcher = -1;
+int watcher = -1;
 }  // namespace
+
+void watch(PyObject* dict)
+{
+    if (watcher < 0)
+        watcher = check(PyDict_AddWatcher(count_change));
+    check(PyDict_Watch(watcher, dict));
+}
 
 void set_module_dict(PyObject* dict)
 {
-    Global::namespace_changed();
+    ++watched_changes;
     the_module_dict = dict;
-    if (!dict)
-        return;
-    if (namespace_watcher < 0)
-        namespace_watcher = check(PyDict_AddWatcher(count_namespace_change));
-    check(PyDict_Watch(namespace_watcher, dict));
+    if (dict)
+        watch(dict);
 }
 
 }  // namespace tess

@@ -52,6 +52,14 @@ public:
     // A place for a new site, in turn.
     AttributeSite& new_site() const noexcept { return sites_[next_site_++ % kSites]; }
 
+    // module.name as last read, valid while `watched_changes` stays `seen`.
+    struct ModuleMember {
+        PyObject* module = nullptr;
+        PyObject* value = nullptr;  // borrowed from the module's dict
+        std::uint64_t seen = 0;
+    };
+    ModuleMember& module_member() const noexcept { return module_member_; }
+
     static void intern_all();
 
 private:
@@ -62,7 +70,15 @@ private:
     Name* next_;
     mutable AttributeSite sites_[kSites];
     mutable unsigned char next_site_ = 0;
+    mutable ModuleMember module_member_;
 };
+
+// Changes to the dicts the module watches: its own namespace, and the
+// namespaces of the modules whose attributes it reads.  A value found in
+// one of them stays valid while the count stays the same.
+extern std::uint64_t watched_changes;
+// Counts the changes of `dict` from now on.
+void watch(PyObject* dict);
 
 // Several Names in one argument, e.g. {n_code, n_source}.
 using Names = std::initializer_list<std::reference_wrapper<const Name>>;
@@ -76,13 +92,11 @@ public:
     explicit Global(const char* text) noexcept : name_(text) {}
     Ref get() const
     {
-        if (seen_ == namespace_changes && value_)
+        if (seen_ == watched_changes && value_)
             return Ref::borrow(value_);
         return lookup();
     }
     const Name& name() const noexcept { return name_; }
-    // What every Global found so far may be out of date from now on.
-    static void namespace_changed() noexcept { ++namespace_changes; }
 
 private:
     Ref lookup() const;
@@ -90,8 +104,6 @@ private:
     Name name_;
     mutable PyObject* value_ = nullptr;  // borrowed from the module dict, valid while seen_ is current
     mutable std::uint64_t seen_ = 0;
-
-    static std::uint64_t namespace_changes;
 };
 
 // A builtin fetched once at start-up; replacing it in builtins later does not
