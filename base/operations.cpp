@@ -115,8 +115,7 @@ Ref call_with(Borrowed callable, Borrowed args, Borrowed kwargs)
 }
 
 namespace {
-Name n_get("get"), n_dumps("dumps"), n_indent("indent"), n_ensure_ascii("ensure_ascii");
-Global g_json("json");
+Name n_get("get");
 }  // namespace
 
 Ref item_at(Borrowed sequence, Py_ssize_t index)
@@ -137,11 +136,6 @@ Ref mapping_get(Borrowed mapping, Borrowed key)
         return call_method(mapping, n_get, {key});
     PyObject* value;
     return check(PyDict_GetItemRef(mapping, key, &value)) ? Ref::steal(value) : none();
-}
-
-Ref json_text(Borrowed report)
-{
-    return call(getattr(g_json.get(), n_dumps), {report}, {{n_indent, integer(4)}, {n_ensure_ascii, Py_False}});
 }
 
 Ref concat(std::initializer_list<Borrowed> parts)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "attributes.hpp"
+#include "json_text.hpp"
 #include "names.hpp"
 
 #include <cstring>
@@ -88,8 +89,6 @@ Ref item_at(Borrowed sequence, Py_ssize_t index);
 inline bool contains(Borrowed container, Borrowed item) { return check(PySequence_Contains(container, item)) != 0; }
 // `mapping.get(key)`
 Ref mapping_get(Borrowed mapping, Borrowed key);
-// json.dumps(report, indent=4, ensure_ascii=False), `json` looked up in the module.
-Ref json_text(Borrowed report);
 inline void set_item(Borrowed object, Borrowed key, Borrowed value)
 {
     check(PyDict_CheckExact(object.get()) ? PyDict_SetItem(object, key, value) : PyObject_SetItem(object, key, value));
