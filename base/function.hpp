@@ -115,11 +115,12 @@ void add_function_traceback(PyObject* function) noexcept;
 template <typename Body>
 auto as_call_of(PyObject* function, Body&& body) -> decltype(body())
 {
+    Ref held = Ref::borrow(function);  // its class may let go of it while `body` runs
     try {
         RecursionGuard depth;
         return body();
     } catch (const PythonError&) {
-        add_function_traceback(function);
+        add_function_traceback(held);
         throw;
     }
 }

@@ -47,6 +47,15 @@ struct UnicodeEntry {
     PyObject* me_value;
 };
 
+// Whether every key of the dict is an exact str (a dict whose keys are
+// DICT_KEYS_UNICODE or DICT_KEYS_SPLIT, not DICT_KEYS_GENERAL): looking up an
+// exact str there compares str with str and runs no code of any key.
+inline bool str_keys_only(PyObject* dict) noexcept
+{
+    constexpr std::uint8_t kGeneralKeys = 0;
+    return reinterpret_cast<DictKeys*>(reinterpret_cast<PyDictObject*>(dict)->ma_keys)->dk_kind != kGeneralKeys;
+}
+
 inline bool keeps_inline_values(PyTypeObject* type) noexcept
 {
     return (type->tp_flags & Py_TPFLAGS_INLINE_VALUES) != 0;

@@ -18,7 +18,16 @@ struct Extra {
 
 PyTypeObject* base() { return property_type->tp_base; }
 
-Extra* extra(PyObject* self) { return static_cast<Extra*>(PyObject_GetTypeData(self, property_type)); }
+// Where Extra lies within each property of this type: the same for all of
+// them, so it is asked of the host once, with the first one made.
+Py_ssize_t extra_offset = -1;
+
+Extra* extra(PyObject* self)
+{
+    if (extra_offset < 0)
+        extra_offset = static_cast<char*>(PyObject_GetTypeData(self, property_type)) - reinterpret_cast<char*>(self);
+    return reinterpret_cast<Extra*>(reinterpret_cast<char*>(self) + extra_offset);
+}
 
 Name n_fget("fget");
 

@@ -3,6 +3,8 @@
 // page 1, or one question to its master.
 #include "records.hpp"
 
+#include "../numbers.hpp"
+
 namespace tess::body {
 namespace {
 
@@ -39,16 +41,32 @@ Ref init(const Args& args)
 
 // The name as given wins over its Matlab form, so a page stored in original
 // naming still reads on a record in Matlab naming.
-Ref get_page(const Args& args)
+Ref page_entry(PyObject* self, PyObject* fld)
 {
-    PyObject* self = args[0];
     Ref page = getattr(self, n_page1_attr);
     if (!truthy(page))
         return none();
-    Ref field = Ref::borrow(args[1]);
-    if (!check(PySequence_Contains(page, field)) && truthy(getattr(self, n_recordFieldNaming)))
+    // In an exact dict of str keys, a str is found without running code of
+    // any key, so one look-up answers both `in` and `[]`.
+    PyObject* value;
+    if (PyDict_CheckExact(page) && PyUnicode_CheckExact(fld) && interpreter::str_keys_only(page) &&
+        check(PyDict_GetItemRef(page, fld, &value)))
+        return Ref::steal(value);
+    Ref field = Ref::borrow(fld);
+    if (!contains(page, field) && truthy(getattr(self, n_recordFieldNaming)))
         field = call(g_convertMatlabFieldName.get(), {field});
     return item(page, field);
+}
+
+Ref get_page(const Args& args) { return page_entry(args[0], args[1]); }
+
+// self._getPage(fld), run in place while that is still the class's own.
+Ref page(PyObject* self, PyObject* fld)
+{
+    PyObject* method = method_of(self, n_getPage);
+    if (implementation_of(method) == get_page)
+        return as_call_of(method, [&] { return page_entry(self, fld); });
+    return call_method(self, n_getPage, {fld});
 }
 
 Ref set_page1(const Args& args)
@@ -66,13 +84,21 @@ Ref stored(const Args& args)
 template <const Name& Field>
 Ref page_field(const Args& args)
 {
-    return call_method(args[0], n_getPage, {Field});
+    return page(args[0], Field);
 }
+
+// The module's own undefIfNone as the module body made it, which runs in
+// place for as long as the module's name stands for it.
+PyObject* own_undef_if_none = nullptr;
 
 template <const Name& Attribute>
 Ref undefined_if_none(const Args& args)
 {
-    return call(g_undefIfNone.get(), {getattr(args[0], Attribute)});
+    Ref value = getattr(args[0], Attribute);
+    Ref function = g_undefIfNone.get();
+    if (function.get() != own_undef_if_none)
+        return call(function, {value});
+    return as_call_of(function, [&] { return Py_IsNone(value) ? Ref::borrow(n_undefined) : value; });
 }
 
 // Old names log at every read, then answer as their successors do.
@@ -84,20 +110,25 @@ Ref deprecated_name(const Args& args)
     return getattr(args[0], Successor);
 }
 
-Ref port_id(const Args& args)
+Ref port_number(PyObject* self)
 {
-    PyObject* self = args[0];
     Ref port = getattr(self, n_port_attr);
     Ref master = getattr(self, n_master_attr);
     if (!truthy(master) || !truthy(getattr(getattr(master, n_baseDrv), n_portNumbering)))
         return port;
-    return Ref::steal(PyNumber_Add(port, integer(1)));
+    return add(port, integer(1));
 }
+
+Ref port_id(const Args& args) { return port_number(args[0]); }
 
 Ref port(const Args& args)
 {
-    Ref address = getattr(args[0], n_address_attr);
-    return tuple({address, getattr(args[0], n_portId)});
+    PyObject* self = args[0];
+    Ref address = getattr(self, n_address_attr);
+    PyObject* getter = getter_of(self, n_portId);
+    if (implementation_of(getter) != port_id)
+        return tuple({address, getattr(self, n_portId)});
+    return tuple({address, as_call_of(getter, [&] { return port_number(self); })});
 }
 
 Ref driver(const Args& args)
@@ -108,7 +139,7 @@ Ref driver(const Args& args)
 
 Ref isdu_supported(const Args& args)
 {
-    Ref capability = call_method(args[0], n_getPage, {k_frame_capability});
+    Ref capability = page(args[0], k_frame_capability);
     return truthy(capability) ? item(capability, k_isdu_support) : none();
 }
 
@@ -194,6 +225,7 @@ void define_device_record()
     device.properties(properties);
     device.methods(methods);
     device.static_method(get_type_def).build();
+    Py_XSETREF(own_undef_if_none, g_undefIfNone.get().release());
 }
 
 }  // namespace tess::body
