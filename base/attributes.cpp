@@ -39,6 +39,10 @@ void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)
         site.road = road::no_instance_dict;
         return;
     }
+    if (!found && !(type->tp_flags & Py_TPFLAGS_MANAGED_DICT) && type->tp_dictoffset > 0) {
+        site.road = road::dict_entry;
+        return;
+    }
     if (!keeps_inline_values(type)) {
         site.function = nullptr;
         return;
@@ -129,6 +133,18 @@ Held held(const AttributeSite& site, PyObject* object)
     return values->values[site.index] ? Held::present : Held::absent;
 }
 
+// The entry of the instance's dict, found as the general road finds it, or
+// an empty Ref where the dict lacks it and only the general road can tell.
+Ref dict_entry(PyObject* object, PyObject* name)
+{
+    PyObject* dict = *reinterpret_cast<PyObject**>(reinterpret_cast<char*>(object) + Py_TYPE(object)->tp_dictoffset);
+    if (!dict)
+        return {};
+    Ref held = Ref::borrow(dict);  // the keys' __eq__ may replace the instance's dict
+    PyObject* value = nullptr;
+    return check(PyDict_GetItemRef(held, name, &value)) ? Ref::steal(value) : Ref{};
+}
+
 }  // namespace
 
 Ref getattr_judged(Borrowed object, const Name& name)
@@ -145,6 +161,9 @@ Ref getattr_judged(Borrowed object, const Name& name)
     }
     if (site.road == road::instance_value && held(site, object) == Held::present)
         return Ref::borrow(inline_values(object)->values[site.index]);
+    if (site.road == road::dict_entry)
+        if (Ref value = dict_entry(object, name))
+            return value;
     return Ref::steal(PyObject_GetAttr(object, name));
 }
 

@@ -19,8 +19,10 @@ namespace tess {
 namespace road {
 // instance_value: the instance keeps its attributes among inline values;
 // no_instance_dict: instances have no attributes of their own at all;
-// class_member: what Class.name gives, always the same object.
-enum : std::uint8_t { general, instance_value, own_getter, no_instance_dict, class_member };
+// class_member: what Class.name gives, always the same object;
+// dict_entry: the class has nothing of the name, so the instance's own
+// dict (at the class's dict offset) decides.
+enum : std::uint8_t { general, instance_value, own_getter, no_instance_dict, class_member, dict_entry };
 }
 
 Ref getattr_judged(Borrowed object, const Name& name);

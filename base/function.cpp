@@ -214,6 +214,25 @@ struct FunctionObject {
     static PyObject* call(PyObject* self, PyObject* const* stack, size_t nargsf, PyObject* kwnames) noexcept;
 };
 
+namespace {
+
+// The road of a call whose arguments need binding to the parameters, kept
+// apart so that the common call by position stays short.
+[[gnu::noinline]] Ref call_binding(const FunctionObject* function, PyObject* const* stack, Py_ssize_t given,
+                                   PyObject* kwnames)
+{
+    const Code& code = *function->code;
+    SmallVector<PyObject*, 12> values(code.count());
+    Ref kwargs;
+    code.bind(values.data(), kwargs, stack, given, kwnames);
+    std::span<PyObject* const> rest;
+    if (static_cast<std::size_t>(given) > code.count())
+        rest = {stack + code.count(), stack + given};
+    return code.implementation(Args(values.data(), rest, kwargs.get(), function->closure));
+}
+
+}  // namespace
+
 PyObject* FunctionObject::call(PyObject* self, PyObject* const* stack, size_t nargsf, PyObject* kwnames) noexcept
 {
     auto* function = reinterpret_cast<FunctionObject*>(self);
@@ -221,17 +240,10 @@ PyObject* FunctionObject::call(PyObject* self, PyObject* const* stack, size_t na
     const Py_ssize_t given = PyVectorcall_NARGS(nargsf);
     try {
         RecursionGuard depth;
-        if (code.binds_by_position(given, kwnames)) {
-            std::span<PyObject* const> rest(stack + code.count(), stack + given);
-            return code.implementation(Args(stack, rest, nullptr, function->closure)).release();
-        }
-        SmallVector<PyObject*, 12> values(code.count());
-        Ref kwargs;
-        code.bind(values.data(), kwargs, stack, given, kwnames);
-        std::span<PyObject* const> rest;
-        if (static_cast<std::size_t>(given) > code.count())
-            rest = {stack + code.count(), stack + given};
-        return code.implementation(Args(values.data(), rest, kwargs.get(), function->closure)).release();
+        if (!code.binds_by_position(given, kwnames)) [[unlikely]]
+            return call_binding(function, stack, given, kwnames).release();
+        std::span<PyObject* const> rest(stack + code.count(), stack + given);
+        return code.implementation(Args(stack, rest, nullptr, function->closure)).release();
     } catch (const PythonError&) {
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();

@@ -118,3 +118,23 @@ def test_output_follows_sys_stdout(monkeypatch):
     monkeypatch.setattr(sys, "stdout", buffer)
     T.Logger(3).info("redirected")
     assert buffer.getvalue().endswith("INFO: redirected\n")
+
+
+class LaterDatetime(datetime.datetime):
+    pass
+
+
+@pytest.mark.parametrize("made", [datetime.datetime, LaterDatetime], ids=["host datetime", "subclass"])
+@pytest.mark.parametrize("dateformat, scale", [
+    ("%.2d:%.2d:%.2d.%.1d", 100000), ("%.2d:%.2d:%.2d.%.6d", 1), ("%.2d:%.2d:%.2d.%.3d", 7),
+    ("%.2d:%.2d:%.2d.%.12d", 3), ("%.2d:%.2d:%.2d.%.0d", 10), ("%.2d:%.2d:%.2d.%.2d", 10**17 + 1),
+    ("%.2d:%.2d:%.2d.%.2d", 2**53 + 1), ("%d-%d-%d-%d", 1000), ("%.2d:%.2d:%.2d.%.1x", 16),
+])
+def test_time_text_is_what_percent_gives(monkeypatch, capsys, made, dateformat, scale):
+    now = made(2021, 3, 4, 9, 7, 3, 987654)
+    monkeypatch.setattr(T, "datetime", types.SimpleNamespace(datetime=types.SimpleNamespace(now=lambda: now)))
+    logger = T.Logger(3)
+    logger._dateformat, logger._decimalsscale = dateformat, scale
+    logger.info("x")
+    expected = dateformat % (now.hour, now.minute, now.second, int(now.microsecond / scale))
+    assert capsys.readouterr().out == "[%s] INFO: x\n" % expected
