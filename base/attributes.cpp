@@ -28,7 +28,9 @@ void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)
             site.function = getter;
             return;
         }
-        if (Py_TYPE(found)->tp_descr_set)
+        // A data descriptor comes before the instance's values; so would an
+        // object whose class is given __set__ later, unseen by this class's tag.
+        if (Py_TYPE(found)->tp_descr_set || !PyType_HasFeature(Py_TYPE(found), Py_TPFLAGS_IMMUTABLETYPE))
             return;
     }
     // A method: called with the instance in front, it does what the bound
