@@ -28,7 +28,9 @@ void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)
             site.function = getter;
             return;
         }
-        if (Py_TYPE(found)->tp_descr_set)
+        // A data descriptor comes before the instance's values; so would an
+        // object whose class is given __set__ later, unseen by this class's tag.
+        if (Py_TYPE(found)->tp_descr_set || !PyType_HasFeature(Py_TYPE(found), Py_TPFLAGS_IMMUTABLETYPE))
             return;
     }
     // A method: called with the instance in front, it does what the bound
@@ -68,30 +70,39 @@ AttributeSite& site_for(PyTypeObject* type, const Name& name)
     return *site;
 }
 
-Name n_func("__func__");
+// What Class.name gives where the class holds `held`, worked out without
+// running anyone's code: a static method's callable as it holds it now (it
+// may be made anew in place), and the object itself where its class has no
+// __get__, or a fixed one.  Empty where only the general road can tell: a
+// __get__ of a class that can change may do anything at each read.
+Ref held_value(PyObject* held, PyTypeObject* cls)
+{
+    PyTypeObject* kind = Py_TYPE(held);
+    if (kind == &PyStaticMethod_Type)
+        return Ref::steal(kind->tp_descr_get(held, nullptr, reinterpret_cast<PyObject*>(cls)));
+    if (!kind->tp_descr_get || PyType_HasFeature(kind, Py_TPFLAGS_IMMUTABLETYPE))
+        return Ref::borrow(held);
+    return {};
+}
 
 // Class.name for a class of the plain metaclass: what its classes hold is
 // fixed by their version tag, and the metaclass `type` changes never.  Kept
-// where it is the very object the class holds, or a static method's
-// function; anything a descriptor makes anew at each read is not.
+// where what the class holds gives the value read, as held_value finds it;
+// anything a descriptor makes anew at each read is not.
 Ref class_attribute(PyObject* object, const Name& name)
 {
     auto* cls = reinterpret_cast<PyTypeObject*>(object);
     if (AttributeSite* site = name.site(cls, true); site && site->road == road::class_member)
-        return Ref::borrow(site->function);
+        if (Ref value = held_value(site->function, cls))
+            return value;
     Ref value = Ref::steal(PyObject_GetAttr(object, name));
     if (!layout_confirmed || _PyType_Lookup(&PyType_Type, name) || !PyUnstable_Type_AssignVersionTag(cls))
         return value;
     PyObject* found = _PyType_Lookup(cls, name);
-    bool fixed = found == value.get();
-    if (found && !fixed && Py_IS_TYPE(found, &PyStaticMethod_Type)) {
-        Ref function = Ref::steal(PyObject_GetAttr(found, n_func));
-        fixed = function.get() == value.get();
-    }
-    if (fixed) {
+    if (found && held_value(found, cls).get() == value.get()) {
         AttributeSite& site = name.new_site();
         site = AttributeSite{.type = cls, .tag = cls->tp_version_tag, .road = road::class_member, .of_class = true,
-                             .function = value.get()};
+                             .function = found};
     }
     return value;
 }

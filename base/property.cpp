@@ -4,6 +4,8 @@
 #include "names.hpp"
 
 #include <cstddef>
+#include <unordered_set>
+#include <vector>
 
 namespace tess {
 namespace {
@@ -29,12 +31,49 @@ Extra* extra(PyObject* self)
     return reinterpret_cast<Extra*>(reinterpret_cast<char*>(self) + extra_offset);
 }
 
-Name n_fget("fget");
+Name n_fget("fget"), n_subclasses("__subclasses__");
+
+// Marks changed every class that holds `descriptor`, and with it its
+// subclasses: the shortcuts trust what a class held while its version tag
+// stays, and a property made anew in place leaves every tag as it was.
+void mark_holders_changed(PyObject* descriptor)
+{
+    std::vector<Ref> pending{Ref::borrow(reinterpret_cast<PyObject*>(&PyBaseObject_Type))};
+    std::vector<Ref> walked;  // held, so that no address in `seen` is taken by another class meanwhile
+    std::unordered_set<PyObject*> seen;
+    // type.__subclasses__ as a function of the class, for metaclasses too.
+    Ref subclasses_of = Ref::steal(PyObject_GetAttr(reinterpret_cast<PyObject*>(&PyType_Type), n_subclasses));
+    while (!pending.empty()) {
+        Ref cls = std::move(pending.back());
+        pending.pop_back();
+        if (!seen.insert(cls.get()).second)
+            continue;
+        auto* type = reinterpret_cast<PyTypeObject*>(cls.get());
+        Ref namespace_ = Ref::steal(PyType_GetDict(type));
+        Py_ssize_t position = 0;
+        PyObject *key, *value;
+        while (PyDict_Next(namespace_, &position, &key, &value))
+            if (value == descriptor)
+                PyType_Modified(type);
+        Ref subclasses = Ref::steal(PyObject_CallOneArg(subclasses_of, cls));
+        for (Py_ssize_t i = 0; i < PyList_GET_SIZE(subclasses.get()); ++i)
+            pending.push_back(Ref::borrow(PyList_GET_ITEM(subclasses.get(), i)));
+        walked.push_back(std::move(cls));
+    }
+}
 
 // property.__init__, then the getter is taken note of; re-running __init__
 // on the object brings the note up to date.
 int property_init(PyObject* self, PyObject* args, PyObject* kwargs)
 {
+    // Before the old getter is let go: the shortcuts may still hold it.
+    if (extra(self)->getter) {
+        try {
+            mark_holders_changed(self);
+        } catch (const PythonError&) {
+            return -1;
+        }
+    }
     extra(self)->getter = nullptr;
     if (base()->tp_init(self, args, kwargs) < 0)
         return -1;

@@ -131,11 +131,15 @@ Ref float_text(double number)
 
 // format % (value * scale).  The module's own formats are written here as
 // `%` writes them, from the product of plain numbers: "%s" is str() of it,
-// "%.3f" its digits rounded.  Anything else goes through `%` itself.
+// "%.3f" its digits rounded.  Anything else goes through `%` itself; a str
+// subclass too, which may have a `%` of its own and is never compared.
 Ref shown(Borrowed pattern, Borrowed value, Borrowed scale)
 {
-    const bool plain = equal(pattern, n_plain_format);
-    const char* unit = plain ? nullptr : equal(pattern, n_ms_format) ? " ms" : equal(pattern, n_sec_format) ? " s" : nullptr;
+    const bool text = PyUnicode_CheckExact(pattern.get());
+    const bool plain = text && equal(pattern, n_plain_format);
+    const char* unit = nullptr;
+    if (text && !plain)
+        unit = equal(pattern, n_ms_format) ? " ms" : equal(pattern, n_sec_format) ? " s" : nullptr;
     long long whole, factor;
     double x, y;
     if ((plain || unit) && small_int(value, whole) && small_int(scale, factor)) {
