@@ -24,8 +24,8 @@ HERE = Path(__file__).resolve().parent
 # Cases that take milliseconds a call are counted over fewer calls.
 HEAVY = ("16x8", "values,", "MasterStatistics.getStat")
 
-LOOP = """
-import io, itertools, operator, sys
+CASE = """
+import io, sys
 sys.path.insert(0, {here!r})
 import baseline, workload
 import vantrel.base.Tessarine as native
@@ -33,24 +33,40 @@ case = next(c for c in workload.CASES if c.name == {name!r})
 variant = {variant!r}
 names = (workload.floor(case, case.fixture(baseline)) if variant == "floor"
          else case.fixture(native if variant == "native" else baseline))
-scope = {{"repeat": itertools.repeat}}
-exec("def timer(loops, %s):\\n    for _ in repeat(None, loops):\\n        %s\\n"
-     % (", ".join(names), case.statement), scope)
+statement = case.statement
 if case.prints:
     sys.stdout = io.StringIO()
+"""
+
+# Runs `statement` with `names` as fast locals, twice first, then `loops` times inside
+# operator.call, whose C function switches collection on and off.
+LOOP = """
+import itertools, operator
+scope = {{"repeat": itertools.repeat}}
+exec("def timer(loops, %s):\\n    for _ in repeat(None, loops):\\n        %s\\n"
+     % (", ".join(names), statement), scope)
 scope["timer"](2, *names.values())
 operator.call(scope["timer"], {loops}, *names.values())
 """
 
 
-def count(name, variant, loops):
+def count_statement(setup, statement, loops, names=()):
+    """Instructions of one run of `statement` after `setup` (which defines `names`)."""
+    script = f"{setup}\nnames = {{name: globals()[name] for name in {list(names)!r}}}\nstatement = {statement!r}\n"
+    return count_script(script, loops)
+
+
+def count_script(script, loops):
     environment = dict(os.environ, OPENBLAS_NUM_THREADS="1", PYTHONHASHSEED="0")
     done = subprocess.run(
         ["valgrind", "--tool=callgrind", "--collect-atstart=no", "--toggle-collect=_operator_call",
-         "--callgrind-out-file=/dev/null", sys.executable, "-c",
-         LOOP.format(here=str(HERE), name=name, variant=variant, loops=loops)],
+         "--callgrind-out-file=/dev/null", sys.executable, "-c", script + LOOP.format(loops=loops)],
         capture_output=True, text=True, env=environment, check=True)
     return int(re.search(r"Collected : (\d+)", done.stderr).group(1)) // loops
+
+
+def count(name, variant, loops):
+    return count_script(CASE.format(here=str(HERE), name=name, variant=variant), loops)
 
 
 def main():

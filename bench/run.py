@@ -30,6 +30,7 @@ import vantrel.base.Tessarine as native
 
 VARIANTS = ("native", "baseline", "floor")
 RESULTS = Path(__file__).with_name("results.md")
+FLOORS = Path(__file__).with_name("floors.md")  # measured floors, counted by bench/floors.py
 
 # Every variant runs the one statement of its case in this loop, with its names as fast locals.
 TIMER = """
@@ -119,6 +120,8 @@ def write_results(path, means, args):
         f"- Machine: {cpu_model()}, {os.cpu_count()} cores",
         "",
     ]
+    if FLOORS.exists():
+        lines += [FLOORS.read_text(encoding="utf-8")]
     path.write_text("\n".join(lines), encoding="utf-8")
 
 
