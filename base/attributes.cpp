@@ -4,7 +4,6 @@
 #include "numbers.hpp"
 #include "operations.hpp"
 #include "property.hpp"
-#include "small_vector.hpp"
 
 namespace tess {
 namespace {
@@ -239,13 +238,7 @@ Ref call_method(Borrowed self, const Name& name, std::initializer_list<Borrowed>
     PyObject* found = method_of(self, name);
     if (!found)
         return call_method(self, Borrowed(name), leading, rest);
-    SmallVector<PyObject*, 8> stack(1 + leading.size() + rest.size());
-    std::size_t index = 0;
-    stack[index++] = self.get();
-    for (Borrowed arg : leading)
-        stack[index++] = arg.get();
-    for (PyObject* arg : rest)
-        stack[index++] = arg;
+    MethodStack stack(self, leading, rest);
     Ref method = Ref::borrow(found);  // the class may drop it while it runs
     if (is_function(method))
         return Ref::steal(call_function(method, stack.data(), stack.size()));

@@ -95,13 +95,7 @@ Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> ar
 Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> leading,
                 std::span<PyObject* const> rest)
 {
-    SmallVector<PyObject*, 8> stack(1 + leading.size() + rest.size());
-    std::size_t index = 0;
-    stack[index++] = self.get();
-    for (Borrowed arg : leading)
-        stack[index++] = arg.get();
-    for (PyObject* arg : rest)
-        stack[index++] = arg;
+    MethodStack stack(self, leading, rest);
     return Ref::steal(PyObject_VectorcallMethod(name, stack.data(), stack.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
                                                 nullptr));
 }

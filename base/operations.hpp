@@ -5,6 +5,7 @@
 #include "attributes.hpp"
 #include "json_text.hpp"
 #include "names.hpp"
+#include "small_vector.hpp"
 
 #include <cstring>
 #include <initializer_list>
@@ -37,6 +38,20 @@ inline void setattr(Borrowed object, Borrowed name, Borrowed value) { check(PyOb
 // --- calls (all through vectorcall) -------------------------------------
 Ref call(Borrowed callable, std::initializer_list<Borrowed> args = {});
 Ref call(Borrowed callable, std::span<PyObject* const> args, Borrowed kwnames = nullptr);
+// The argument vector of obj.name(*leading, *rest): self in front.
+class MethodStack : public SmallVector<PyObject*, 8> {
+public:
+    MethodStack(Borrowed self, std::initializer_list<Borrowed> leading, std::span<PyObject* const> rest)
+        : SmallVector(1 + leading.size() + rest.size())
+    {
+        PyObject** next = data();
+        *next++ = self.get();
+        for (Borrowed arg : leading)
+            *next++ = arg.get();
+        for (PyObject* arg : rest)
+            *next++ = arg;
+    }
+};
 // obj.name(*args): no bound method is made when `name` is a plain method.
 Ref call_method(Borrowed self, Borrowed name, std::initializer_list<Borrowed> args = {});
 // obj.name(*leading, *rest), e.g. forwarding a *args tail unchanged.
