@@ -1,12 +1,21 @@
 // The chief header of the module: the calling frame that every operation
-// goes through, and the definers that the module body runs in order.
+// goes through, and the definers that the module body runs in order.  The
+// one header that gathers others; subsystem code includes it and nothing of
+// the frame besides.
 #pragma once
 
+#include "attributes.hpp"
 #include "class_builder.hpp"
 #include "function.hpp"
+#include "json_text.hpp"
 #include "names.hpp"
+#include "numbers.hpp"
 #include "operations.hpp"
+#include "percent.hpp"
+#include "property.hpp"
+#include "recursion.hpp"
 #include "reference.hpp"
+#include "type_tests.hpp"
 
 namespace tess {
 

@@ -1,14 +1,26 @@
 #include "attributes.hpp"
 
-#include "function.hpp"
 #include "numbers.hpp"
-#include "operations.hpp"
-#include "property.hpp"
+
 
 namespace tess {
+
+void add_to(Borrowed object, const Name& name, Borrowed amount)
+{
+    setattr(object, name, add(getattr(object, name), amount, PyNumber_InPlaceAdd));
+}
+
+#if !TESSARINE_FAST_ROADS
+
+bool class_is_type(PyTypeObject*) { return false; }
+
+#else
+
 namespace {
 
 using namespace interpreter;
+
+Name n_dunder_class("__class__");
 
 bool layout_confirmed = false;
 
@@ -22,20 +34,26 @@ void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)
         return;
     PyObject* found = _PyType_Lookup(type, name);
     if (found) {
-        if (PyObject* getter = own_getter(found)) {
-            site.road = road::own_getter;
-            site.function = getter;
+        PyTypeObject* kind = Py_TYPE(found);
+        const bool fixed = PyType_HasFeature(kind, Py_TPFLAGS_IMMUTABLETYPE);
+        // A data descriptor comes before the instance's values: where its
+        // class is fixed, its get slot is called directly.
+        if (kind->tp_descr_set) {
+            if (fixed && kind->tp_descr_get) {
+                site.road = road::data_descriptor;
+                site.held = found;
+            }
             return;
         }
-        // A data descriptor comes before the instance's values; so would an
-        // object whose class is given __set__ later, unseen by this class's tag.
-        if (Py_TYPE(found)->tp_descr_set || !PyType_HasFeature(Py_TYPE(found), Py_TPFLAGS_IMMUTABLETYPE))
+        // An object whose class is given __set__ later would come before them
+        // too, unseen by this class's tag.
+        if (!fixed)
             return;
     }
     // A method: called with the instance in front, it does what the bound
     // method would.
     if (found && PyType_HasFeature(Py_TYPE(found), Py_TPFLAGS_METHOD_DESCRIPTOR))
-        site.function = found;
+        site.held = found;
     if (!(type->tp_flags & Py_TPFLAGS_MANAGED_DICT) && type->tp_dictoffset == 0) {
         site.road = road::no_instance_dict;
         return;
@@ -45,7 +63,7 @@ void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)
         return;
     }
     if (!keeps_inline_values(type)) {
-        site.function = nullptr;
+        site.held = nullptr;
         return;
     }
     site.road = road::instance_value;
@@ -56,9 +74,9 @@ void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)
 
 AttributeSite& site_for(PyTypeObject* type, const Name& name)
 {
-    AttributeSite* site = name.site(type);
+    AttributeSite* site = name.sites().find(type);
     if (!site) {
-        site = &name.new_site();
+        site = &name.sites().next();
         judge(*site, type, name);
     }
     // The shared keys only grow: a name they lacked may have come since.
@@ -91,17 +109,17 @@ Ref held_value(PyObject* held, PyTypeObject* cls)
 Ref class_attribute(PyObject* object, const Name& name)
 {
     auto* cls = reinterpret_cast<PyTypeObject*>(object);
-    if (AttributeSite* site = name.site(cls, true); site && site->road == road::class_member)
-        if (Ref value = held_value(site->function, cls))
+    if (AttributeSite* site = name.sites().find(cls, true); site && site->road == road::class_member)
+        if (Ref value = held_value(site->held, cls))
             return value;
     Ref value = Ref::steal(PyObject_GetAttr(object, name));
     if (!layout_confirmed || _PyType_Lookup(&PyType_Type, name) || !PyUnstable_Type_AssignVersionTag(cls))
         return value;
     PyObject* found = _PyType_Lookup(cls, name);
     if (found && held_value(found, cls).get() == value.get()) {
-        AttributeSite& site = name.new_site();
-        site = AttributeSite{.type = cls, .tag = cls->tp_version_tag, .road = road::class_member, .of_class = true,
-                             .function = found};
+        AttributeSite& site = name.sites().next();
+        site = AttributeSite{
+            .type = cls, .tag = cls->tp_version_tag, .road = road::class_member, .of_class = true, .held = found};
     }
     return value;
 }
@@ -111,7 +129,7 @@ Ref class_attribute(PyObject* object, const Name& name)
 // its dict, and the module's dict is watched from the first read on.
 Ref module_attribute(PyObject* module, const Name& name)
 {
-    Name::ModuleMember& member = name.module_member();
+    ModuleMember& member = name.sites().module_member();
     if (member.module == module && member.seen == watched_changes)
         return Ref::borrow(member.value);
     Ref value = Ref::steal(PyObject_GetAttr(module, name));
@@ -164,11 +182,8 @@ Ref getattr_judged(Borrowed object, const Name& name)
     if (PyModule_CheckExact(object.get()))
         return module_attribute(object, name);
     AttributeSite& site = site_for(Py_TYPE(object.get()), name);
-    if (site.road == road::own_getter) {
-        Ref getter = Ref::borrow(site.function);  // the class may drop it while it runs
-        PyObject* self = object.get();
-        return Ref::steal(call_function(getter, &self, 1));
-    }
+    if (site.road == road::data_descriptor)
+        return descriptor_value(site.held, object);
     if (site.road == road::instance_value && held(site, object) == Held::present)
         return Ref::borrow(inline_values(object)->values[site.index]);
     if (site.road == road::dict_entry)
@@ -190,59 +205,18 @@ void setattr_judged(Borrowed object, const Name& name, Borrowed value)
     check(PyObject_SetAttr(object, name, value));
 }
 
-void add_to(Borrowed object, const Name& name, Borrowed amount)
+PyObject* method_judged(Borrowed self, const Name& name) noexcept
 {
-    PyObject** slot = writable_slot(object, name);
-    if (slot && add_in_place(*slot, amount))
-        return;
-    // The sum may run code of the operands, so it is stored anew.
-    Ref sum = add(slot ? Ref::borrow(*slot) : getattr(object, name), amount, PyNumber_InPlaceAdd);
-    setattr(object, name, sum);
+    return unhidden_method(site_for(Py_TYPE(self.get()), name), self);
 }
 
-PyObject* peek_judged(Borrowed object, const Name& name) noexcept
+bool class_is_type(PyTypeObject* type)
 {
-    AttributeSite& site = site_for(Py_TYPE(object.get()), name);
-    if (site.road == road::instance_value && held(site, object) == Held::present)
-        return inline_values(object)->values[site.index];
-    return nullptr;
-}
-
-PyObject* method_of(Borrowed self, const Name& name) noexcept
-{
-    AttributeSite& site = site_for(Py_TYPE(self.get()), name);
-    // The class's method, unless an attribute of the instance hides it.
-    const bool unhidden = site.road == road::no_instance_dict ||
-                          (site.road == road::instance_value && held(site, self) == Held::absent);
-    return unhidden ? site.function : nullptr;
-}
-
-PyObject* getter_of(Borrowed object, const Name& name) noexcept
-{
-    if (Py_IS_TYPE(object.get(), &PyType_Type))
-        return nullptr;
-    AttributeSite& site = site_for(Py_TYPE(object.get()), name);
-    return site.road == road::own_getter ? site.function : nullptr;
-}
-
-void OwnClass::remember(Borrowed cls)
-{
-    auto* type = reinterpret_cast<PyTypeObject*>(cls.get());
-    Py_XSETREF(type_, reinterpret_cast<PyTypeObject*>(Py_NewRef(cls.get())));
-    tag_ = PyUnstable_Type_AssignVersionTag(type) ? type->tp_version_tag : 0;
-}
-
-Ref call_method(Borrowed self, const Name& name, std::initializer_list<Borrowed> leading,
-                std::span<PyObject* const> rest)
-{
-    PyObject* found = method_of(self, name);
-    if (!found)
-        return call_method(self, Borrowed(name), leading, rest);
-    MethodStack stack(self, leading, rest);
-    Ref method = Ref::borrow(found);  // the class may drop it while it runs
-    if (is_function(method))
-        return Ref::steal(call_function(method, stack.data(), stack.size()));
-    return Ref::steal(PyObject_Vectorcall(method, stack.data(), stack.size(), nullptr));
+    // The type keeps the generic attribute lookup and the __class__ that
+    // `object` defines.
+    static PyObject* const inherited = _PyType_Lookup(&PyBaseObject_Type, n_dunder_class);
+    return layout_confirmed && type->tp_getattro == PyObject_GenericGetAttr &&
+           _PyType_Lookup(type, n_dunder_class) == inherited;
 }
 
 namespace {
@@ -266,5 +240,7 @@ void check_instance_layout()
     layout_confirmed = values->valid && key_index(keys, n_probe_first) == 0 && key_index(keys, n_probe_second) == 1 &&
                        values->values[0] == first.get() && values->values[1] == second.get();
 }
+
+#endif
 
 }  // namespace tess

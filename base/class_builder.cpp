@@ -51,7 +51,7 @@ ClassBuilder& ClassBuilder::static_method(const FunctionDef& def)
 ClassBuilder& ClassBuilder::property(const FunctionDef& getter, const FunctionDef* setter)
 {
     Ref set = setter ? function(*setter) : Ref();
-    check(PyDict_SetItemString(namespace_, getter.name, make_property(function(getter), set)));
+    check(PyDict_SetItemString(namespace_, getter.name, make_property(function(getter), set, getter.view)));
     return *this;
 }
 

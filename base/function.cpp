@@ -10,6 +10,8 @@
 
 namespace tess {
 
+PyTypeObject* detail::function_type = nullptr;
+
 Ref Default::make() const
 {
     switch (kind_) {
@@ -33,7 +35,6 @@ Ref Default::make() const
 
 namespace {
 
-PyTypeObject* function_type = nullptr;
 
 // The source file as the project names it (base/...), for traceback entries.
 const char* project_path(const char* file)
@@ -248,7 +249,7 @@ PyObject* FunctionObject::call(PyObject* self, PyObject* const* stack, size_t na
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
     }
-    add_traceback_entry(&function->code->traceback_code, code.dotted_name.c_str(), code.file, code.line);
+    add_function_traceback(self);
     return nullptr;
 }
 
@@ -383,7 +384,7 @@ PyType_Spec function_spec = {
 // A new, empty function object of the module's type; tracked once filled.
 FunctionObject* allocate_function(Ref& holder)
 {
-    holder = Ref::steal(PyType_GenericAlloc(function_type, 0));
+    holder = Ref::steal(PyType_GenericAlloc(detail::function_type, 0));
     PyObject_GC_UnTrack(holder);
     FunctionObject* function = as_function(holder);
     function->vectorcall = FunctionObject::call;
@@ -394,21 +395,15 @@ FunctionObject* allocate_function(Ref& holder)
 
 void ready_function_type()
 {
-    if (!function_type)
-        function_type = reinterpret_cast<PyTypeObject*>(Ref::steal(PyType_FromSpec(&function_spec)).release());
+    if (!detail::function_type)
+        detail::function_type = reinterpret_cast<PyTypeObject*>(Ref::steal(PyType_FromSpec(&function_spec)).release());
 }
 
-bool is_function(PyObject* object) noexcept { return Py_IS_TYPE(object, function_type); }
 
 void add_function_traceback(PyObject* function) noexcept
 {
     Code& code = *reinterpret_cast<FunctionObject*>(function)->code;
     add_traceback_entry(&code.traceback_code, code.dotted_name.c_str(), code.file, code.line);
-}
-
-Implementation implementation_of(PyObject* object) noexcept
-{
-    return object && is_function(object) ? reinterpret_cast<FunctionObject*>(object)->code->implementation : nullptr;
 }
 
 PyObject* call_function(PyObject* function, PyObject* const* arguments, std::size_t count) noexcept

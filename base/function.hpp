@@ -4,7 +4,6 @@
 #pragma once
 
 #include "operations.hpp"
-#include "recursion.hpp"
 
 #include <source_location>
 #include <span>
@@ -50,6 +49,7 @@ enum Star : unsigned { no_star = 0, star_args = 1, star_kwargs = 2 };
 
 class Args;
 using Implementation = Ref (*)(const Args&);
+struct FieldView;  // property.hpp
 
 // What the module body needs to make one function object (which copies what
 // it keeps).  Required parameters come first; `self` of a method is an
@@ -61,6 +61,8 @@ struct FunctionDef {
     unsigned star = no_star;
     const char* doc = nullptr;
     std::source_location where = std::source_location::current();
+    // The getter of a property that shows a stored attribute: what it reads.
+    const FieldView* view = nullptr;
 };
 
 // The arguments of one call, bound to the parameters.  Values are borrowed
@@ -97,33 +99,16 @@ Ref make_function(const FunctionDef& def, std::string_view qualname_prefix = {})
 // of the one that made it.  Its __doc__ is its own.
 Ref make_closure(Borrowed prototype, Borrowed closure);
 
-// True for the module's own function objects.
-bool is_function(PyObject* object) noexcept;
+namespace detail {
+extern PyTypeObject* function_type;
+}
 
-// What a function object of the module runs, or NULL for anything else: the
-// way to recognise one's own function behind a name.
-Implementation implementation_of(PyObject* object) noexcept;
+// True for the module's own function objects.
+inline bool is_function(PyObject* object) noexcept { return Py_IS_TYPE(object, detail::function_type); }
 
 // Adds the traceback entry that `function` (one of the module's own) adds
 // when an exception leaves it.
 void add_function_traceback(PyObject* function) noexcept;
-
-// Runs `body` as a call of `function`, one of the module's own, would run
-// its work: with one level of the recursion limit taken, and with the
-// function's traceback entry added should an exception leave.  The way to do
-// inline what a call of one's own function would do.
-template <typename Body>
-auto as_call_of(PyObject* function, Body&& body) -> decltype(body())
-{
-    Ref held = Ref::borrow(function);  // its class may let go of it while `body` runs
-    try {
-        RecursionGuard depth;
-        return body();
-    } catch (const PythonError&) {
-        add_function_traceback(held);
-        throw;
-    }
-}
 
 // function(*arguments) for one of the module's own function objects, as a
 // call from Python would run it, without the detour through vectorcall.

@@ -51,15 +51,16 @@ PyObject* create(PyObject* spec, PyModuleDef*)
     }
 }
 
+// The interpreter the module runs in against the one it was built for.
 void warn_on_version_mismatch()
 {
     const int major = static_cast<int>((Py_Version >> 24) & 0xff);
     const int minor = static_cast<int>((Py_Version >> 16) & 0xff);
-    if (major == 3 && minor == 13)
+    if (major == PY_MAJOR_VERSION && minor == PY_MINOR_VERSION)
         return;
     char message[200];
     PyOS_snprintf(message, sizeof message, "compile time Python version %d.%d of module '%.100s' %s runtime version %d.%d",
-                  3, 13, kModuleName, "does not match", major, minor);
+                  PY_MAJOR_VERSION, PY_MINOR_VERSION, kModuleName, "does not match", major, minor);
     check(PyErr_WarnEx(nullptr, message, 1));
 }
 
@@ -78,7 +79,9 @@ int exec(PyObject* module)
         warn_on_version_mismatch();
         Name::intern_all();
         Builtin::fetch_all();
+#if TESSARINE_FAST_ROADS
         check_instance_layout();
+#endif
         ready_function_type();
         ready_property_type();
         run_module_body();

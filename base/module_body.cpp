@@ -56,7 +56,6 @@ void make_http_pool()
 void run_module_body()
 {
     import_standard_library();
-    keep_host_encoder();
     import_numpy();
     import_module("prettytable", "prettytable");
     import_module("urllib3.util", "urllib3");

@@ -24,9 +24,6 @@ void Name::intern_all()
     }
 }
 
-// Starts at 1, so that nothing counts as current before its first lookup.
-std::uint64_t watched_changes = 1;
-
 Ref Global::lookup() const
 {
     PyObject* value;
@@ -34,8 +31,10 @@ Ref Global::lookup() const
         PyErr_Format(PyExc_NameError, "name '%U' is not defined", name_.get());
         throw_python_error();
     }
+#if TESSARINE_FAST_ROADS
     value_ = value;
     seen_ = watched_changes;
+#endif
     return Ref::steal(value);
 }
 
@@ -65,6 +64,10 @@ Builtin b_object("object"), b_property("property"), b_staticmethod("staticmethod
 
 PyObject* module_dict() noexcept { return the_module_dict; }
 
+#if TESSARINE_FAST_ROADS
+// Starts at 1, so that nothing counts as current before its first lookup.
+std::uint64_t watched_changes = 1;
+
 namespace {
 int count_change(PyDict_WatchEvent, PyObject*, PyObject*, PyObject*)
 {
@@ -80,13 +83,16 @@ void watch(PyObject* dict)
         watcher = check(PyDict_AddWatcher(count_change));
     check(PyDict_Watch(watcher, dict));
 }
+#endif
 
 void set_module_dict(PyObject* dict)
 {
-    ++watched_changes;
     the_module_dict = dict;
+#if TESSARINE_FAST_ROADS
+    ++watched_changes;
     if (dict)
         watch(dict);
+#endif
 }
 
 }  // namespace tess

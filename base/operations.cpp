@@ -1,6 +1,6 @@
 #include "operations.hpp"
 
-#include "function.hpp"
+#include "numbers.hpp"
 #include "small_vector.hpp"
 
 #include <algorithm>
@@ -57,8 +57,6 @@ Ref call(Borrowed callable, std::initializer_list<Borrowed> args)
     std::size_t index = 1;
     for (Borrowed arg : args)
         stack[index++] = arg.get();
-    if (is_function(callable))
-        return Ref::steal(call_function(callable, stack.data() + 1, args.size()));
     return Ref::steal(PyObject_Vectorcall(callable, stack.data() + 1, args.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
                                           nullptr));
 }
@@ -112,18 +110,6 @@ namespace {
 Name n_get("get");
 }  // namespace
 
-Ref item_at(Borrowed sequence, Py_ssize_t index)
-{
-    // Tuples and lists within bounds answer as their subscript would,
-    // without the int object.
-    PyObject* object = sequence.get();
-    if (PyTuple_CheckExact(object) && index >= 0 && index < PyTuple_GET_SIZE(object))
-        return Ref::borrow(PyTuple_GET_ITEM(object, index));
-    if (PyList_CheckExact(object) && index >= 0 && index < PyList_GET_SIZE(object))
-        return Ref::borrow(PyList_GET_ITEM(object, index));
-    return item(sequence, integer(index));
-}
-
 Ref mapping_get(Borrowed mapping, Borrowed key)
 {
     if (!PyDict_CheckExact(mapping.get()))
@@ -164,6 +150,16 @@ Ref concat(std::initializer_list<Borrowed> parts)
         at += length;
     }
     return joined;
+}
+
+Ref equality(Borrowed a, Borrowed b)
+{
+    // Two exact str, or two exact ints, run no code of their own.
+    if (PyUnicode_CheckExact(a.get()) && PyUnicode_CheckExact(b.get()))
+        return boolean(equal(a, b));
+    if (PyLong_CheckExact(a.get()) && PyLong_CheckExact(b.get()))
+        return boolean(compare_numbers(a, b, Py_EQ));
+    return Ref::steal(PyObject_RichCompare(a, b, Py_EQ));
 }
 
 Ref iterate_next(Borrowed iterator)

@@ -2,8 +2,6 @@
 // instead of returning NULL.
 #pragma once
 
-#include "attributes.hpp"
-#include "json_text.hpp"
 #include "names.hpp"
 #include "small_vector.hpp"
 
@@ -18,6 +16,15 @@ namespace tess {
 inline Ref none() noexcept { return Ref::borrow(Py_None); }
 inline Ref boolean(bool value) noexcept { return Ref::borrow(value ? Py_True : Py_False); }
 inline Ref integer(long long value) { return Ref::steal(PyLong_FromLongLong(value)); }
+// The small int Value, as a literal of code: found once, kept for the life of
+// the process.  The host keeps such ints itself, so finding one never fails.
+template <long long Value>
+Borrowed small_integer() noexcept
+{
+    static_assert(Value >= -5 && Value <= 256, "the host keeps only the ints from -5 to 256");
+    static PyObject* const value = PyLong_FromLongLong(Value);
+    return value;
+}
 inline Ref floating(double value) { return Ref::steal(PyFloat_FromDouble(value)); }
 inline Ref text(std::string_view value)
 {
@@ -73,7 +80,14 @@ inline Ref super_getattr(Borrowed cls, Borrowed self, Borrowed name)
 }
 
 // --- the usual protocol -------------------------------------------------
-inline bool truthy(Borrowed object) { return check(PyObject_IsTrue(object)) != 0; }
+inline bool truthy(Borrowed object)
+{
+    if (object.get() == Py_True)
+        return true;
+    if (object.get() == Py_False || object.get() == Py_None)
+        return false;
+    return check(PyObject_IsTrue(object)) != 0;
+}
 inline bool compare(Borrowed a, Borrowed b, int op) { return check(PyObject_RichCompareBool(a, b, op)) != 0; }
 // a == b as containers compare their items; two exact str are compared here.
 inline bool equal(Borrowed a, Borrowed b)
@@ -86,6 +100,8 @@ inline bool equal(Borrowed a, Borrowed b)
     return x == y || (size == PyUnicode_GET_LENGTH(y) && PyUnicode_KIND(x) == PyUnicode_KIND(y) &&
                       std::memcmp(PyUnicode_DATA(x), PyUnicode_DATA(y), static_cast<std::size_t>(size) * PyUnicode_KIND(x)) == 0);
 }
+// a == b, the result as the operator gives it, whatever its type.
+Ref equality(Borrowed a, Borrowed b);
 inline bool is_instance(Borrowed object, Borrowed cls) { return check(PyObject_IsInstance(object, cls)) != 0; }
 inline Ref str(Borrowed object) { return Ref::steal(PyObject_Str(object)); }
 inline Ref repr(Borrowed object) { return Ref::steal(PyObject_Repr(object)); }
@@ -98,8 +114,17 @@ inline Py_ssize_t length(Borrowed object)
     return size;
 }
 inline Ref item(Borrowed object, Borrowed key) { return Ref::steal(PyObject_GetItem(object, key)); }
-// `sequence[index]`
-Ref item_at(Borrowed sequence, Py_ssize_t index);
+// `sequence[index]`; tuples and lists within bounds answer as their
+// subscript would, without the int object.
+inline Ref item_at(Borrowed sequence, Py_ssize_t index)
+{
+    PyObject* object = sequence.get();
+    if (PyTuple_CheckExact(object) && index >= 0 && index < PyTuple_GET_SIZE(object))
+        return Ref::borrow(PyTuple_GET_ITEM(object, index));
+    if (PyList_CheckExact(object) && index >= 0 && index < PyList_GET_SIZE(object))
+        return Ref::borrow(PyList_GET_ITEM(object, index));
+    return item(sequence, integer(index));
+}
 // `item in container`
 inline bool contains(Borrowed container, Borrowed item) { return check(PySequence_Contains(container, item)) != 0; }
 // `mapping.get(key)`
@@ -111,8 +136,6 @@ inline void set_item(Borrowed object, Borrowed key, Borrowed value)
 inline Ref binary(Borrowed a, Borrowed b, PyObject* (*op)(PyObject*, PyObject*)) { return Ref::steal(op(a, b)); }
 // `parts[0] + parts[1] + ...`: one join when all are str.
 Ref concat(std::initializer_list<Borrowed> parts);
-// `%` formatting of a str by a tuple, as the `%` operator does.
-inline Ref percent(Borrowed format_text, Borrowed args) { return Ref::steal(PyNumber_Remainder(format_text, args)); }
 Ref iterate_next(Borrowed iterator);  // empty Ref at the end
 
 // --- raising -------------------------------------------------------------

@@ -1,80 +1,45 @@
 #include "property.hpp"
 
-#include "function.hpp"
-#include "names.hpp"
+#include "attributes.hpp"
+#include "recursion.hpp"
 
 #include <cstddef>
-#include <unordered_set>
-#include <vector>
 
 namespace tess {
+
+Ref read_field(Borrowed self, const FieldView& view)
+{
+    Ref stored = getattr(self, view.stored);
+    return view.position < 0 ? stored : item_at(stored, view.position);
+}
+
 namespace {
 
 PyTypeObject* property_type = nullptr;
 
 // What this subclass adds to a property.
 struct Extra {
-    PyObject* getter;  // fget when it is the module's own function (borrowed from fget), else NULL
-    PyObject* doc;     // a property subclass keeps __doc__ in its instance
+    PyObject* getter;        // fget when it is the module's own function (borrowed from fget), else NULL
+    const FieldView* view;   // what that getter reads, where it was made by field()
+    PyObject* doc;           // a property subclass keeps __doc__ in its instance
 };
 
 PyTypeObject* base() { return property_type->tp_base; }
 
 // Where Extra lies within each property of this type: the same for all of
-// them, so it is asked of the host once, with the first one made.
-Py_ssize_t extra_offset = -1;
+// them, so it is asked of the host once, of a first one.
+Py_ssize_t extra_offset = 0;
 
-Extra* extra(PyObject* self)
-{
-    if (extra_offset < 0)
-        extra_offset = static_cast<char*>(PyObject_GetTypeData(self, property_type)) - reinterpret_cast<char*>(self);
-    return reinterpret_cast<Extra*>(reinterpret_cast<char*>(self) + extra_offset);
-}
+Extra* extra(PyObject* self) { return reinterpret_cast<Extra*>(reinterpret_cast<char*>(self) + extra_offset); }
 
-Name n_fget("fget"), n_subclasses("__subclasses__");
-
-// Marks changed every class that holds `descriptor`, and with it its
-// subclasses: the shortcuts trust what a class held while its version tag
-// stays, and a property made anew in place leaves every tag as it was.
-void mark_holders_changed(PyObject* descriptor)
-{
-    std::vector<Ref> pending{Ref::borrow(reinterpret_cast<PyObject*>(&PyBaseObject_Type))};
-    std::vector<Ref> walked;  // held, so that no address in `seen` is taken by another class meanwhile
-    std::unordered_set<PyObject*> seen;
-    // type.__subclasses__ as a function of the class, for metaclasses too.
-    Ref subclasses_of = Ref::steal(PyObject_GetAttr(reinterpret_cast<PyObject*>(&PyType_Type), n_subclasses));
-    while (!pending.empty()) {
-        Ref cls = std::move(pending.back());
-        pending.pop_back();
-        if (!seen.insert(cls.get()).second)
-            continue;
-        auto* type = reinterpret_cast<PyTypeObject*>(cls.get());
-        Ref namespace_ = Ref::steal(PyType_GetDict(type));
-        Py_ssize_t position = 0;
-        PyObject *key, *value;
-        while (PyDict_Next(namespace_, &position, &key, &value))
-            if (value == descriptor)
-                PyType_Modified(type);
-        Ref subclasses = Ref::steal(PyObject_CallOneArg(subclasses_of, cls));
-        for (Py_ssize_t i = 0; i < PyList_GET_SIZE(subclasses.get()); ++i)
-            pending.push_back(Ref::borrow(PyList_GET_ITEM(subclasses.get(), i)));
-        walked.push_back(std::move(cls));
-    }
-}
+Name n_fget("fget");
 
 // property.__init__, then the getter is taken note of; re-running __init__
 // on the object brings the note up to date.
 int property_init(PyObject* self, PyObject* args, PyObject* kwargs)
 {
-    // Before the old getter is let go: the shortcuts may still hold it.
-    if (extra(self)->getter) {
-        try {
-            mark_holders_changed(self);
-        } catch (const PythonError&) {
-            return -1;
-        }
-    }
     extra(self)->getter = nullptr;
+    extra(self)->view = nullptr;
     if (base()->tp_init(self, args, kwargs) < 0)
         return -1;
     PyObject* getter = PyObject_GetAttr(self, n_fget);
@@ -86,11 +51,30 @@ int property_init(PyObject* self, PyObject* args, PyObject* kwargs)
     return 0;
 }
 
+// getter(instance), where the getter only reads `view`: as a call of it
+// would, with one level of recursion taken and its traceback entry added.
+PyObject* read_in_place(PyObject* getter, PyObject* instance, const FieldView& view) noexcept
+{
+    try {
+        RecursionGuard level;
+        return read_field(instance, view).release();
+    } catch (const PythonError&) {
+    } catch (const std::bad_alloc&) {
+        PyErr_NoMemory();
+    }
+    add_function_traceback(getter);
+    return nullptr;
+}
+
 PyObject* property_get(PyObject* self, PyObject* instance, PyObject* owner)
 {
-    PyObject* getter = extra(self)->getter;
-    if (!getter || !instance || instance == Py_None)
+    const Extra& own = *extra(self);
+    if (!own.getter || !instance || instance == Py_None)
         return base()->tp_descr_get(self, instance, owner);
+    // Held while it runs: the getter may re-make this property and drop it.
+    Ref getter = Ref::borrow(own.getter);
+    if (own.view)
+        return read_in_place(getter, instance, *own.view);
     return call_function(getter, &instance, 1);
 }
 
@@ -105,6 +89,7 @@ int property_clear(PyObject* self)
 {
     Py_CLEAR(extra(self)->doc);
     extra(self)->getter = nullptr;
+    extra(self)->view = nullptr;
     return base()->tp_clear(self);
 }
 
@@ -149,19 +134,19 @@ void ready_property_type()
 {
     if (property_type)
         return;
-    property_type = reinterpret_cast<PyTypeObject*>(
-        Ref::steal(PyType_FromSpecWithBases(&property_spec, b_property)).release());
+    Ref made = Ref::steal(PyType_FromSpecWithBases(&property_spec, b_property));
+    auto* type = reinterpret_cast<PyTypeObject*>(made.get());
+    Ref first = Ref::steal(PyType_GenericAlloc(type, 0));  // left empty: its dealloc reads nothing
+    extra_offset = static_cast<char*>(PyObject_GetTypeData(first, type)) - reinterpret_cast<char*>(first.get());
+    property_type = reinterpret_cast<PyTypeObject*>(made.release());
 }
 
-Ref make_property(Borrowed getter, Borrowed setter)
+Ref make_property(Borrowed getter, Borrowed setter, const FieldView* view)
 {
     PyObject* type = reinterpret_cast<PyObject*>(property_type);
-    return setter.get() ? call(type, {getter, setter}) : call(type, {getter});
-}
-
-PyObject* own_getter(PyObject* descriptor) noexcept
-{
-    return Py_IS_TYPE(descriptor, property_type) ? extra(descriptor)->getter : nullptr;
+    Ref made = setter.get() ? call(type, {getter, setter}) : call(type, {getter});
+    extra(made)->view = view;
+    return made;
 }
 
 }  // namespace tess

@@ -40,7 +40,11 @@ bool RecursionGuard::stack_exhausted() noexcept
 
 void RecursionGuard::refuse()
 {
+#if TESSARINE_FAST_ROADS
     ++tstate_->py_recursion_remaining;
+#else
+    Py_LeaveRecursiveCall();
+#endif
     PyErr_SetString(PyExc_RecursionError, "maximum recursion depth exceeded");
     throw_python_error();
 }

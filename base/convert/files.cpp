@@ -1,6 +1,6 @@
 // Values out of text lines, the SHA-256 of a file, namespace and schema
 // prefixes of XML root elements, and the versions of modules.
-#include "type_tests.hpp"
+#include "../Tessarine.hpp"
 
 #include <climits>
 

@@ -25,15 +25,6 @@ Ref make_table(std::initializer_list<std::pair<int, Borrowed>> entries)
     return table;
 }
 
-// table.get(key)
-Ref lookup(PyObject* table, PyObject* key)
-{
-    PyObject* value;
-    check(PyDict_GetItemRef(table, key, &value));
-    return value ? Ref::steal(value) : none();
-}
-
-Ref add(Borrowed a, Borrowed b) { return binary(a, b, PyNumber_Add); }
 Ref compared(Borrowed a, long long b, int op) { return Ref::steal(PyObject_RichCompare(a, integer(b), op)); }
 
 // (value >> shift) & mask
@@ -60,7 +51,7 @@ Ref parse_mseq_capability(const Args& args)
     if (compare(pd_in, integer(0), Py_EQ) && compare(pd_out, integer(0), Py_EQ)) {
         // The mask of 8 leaves only 0 or 8, so no type is ever found here.
         isdu_length = bits(capability, 1, 8);
-        type = lookup(operate_types, isdu_length);
+        type = mapping_get(operate_types, isdu_length);
     } else if (compare(pd_in, integer(2), Py_GT) || compare(pd_out, integer(2), Py_GT)) {
         isdu_length = integer(2);
         type = Ref::borrow(n_TYPE_1_1_or_1_2);
@@ -77,9 +68,9 @@ Ref parse_mseq_capability(const Args& args)
     set_item(result, n_IsduSupport, compared(bits(capability, 0, 1), 0, Py_GT));
     set_item(result, n_Operate, entry({{n_type, type}, {n_IsduByteLength, isdu_length}}));
     set_item(result, n_Preoperate,
-             entry({{n_type, lookup(preoperate_types, preoperate)},
-                    {n_IsduByteLength, lookup(preoperate_isdu_lengths, preoperate)},
-                    {n_MinRecoveryBitTime, lookup(preoperate_recovery_times, preoperate)}}));
+             entry({{n_type, mapping_get(preoperate_types, preoperate)},
+                    {n_IsduByteLength, mapping_get(preoperate_isdu_lengths, preoperate)},
+                    {n_MinRecoveryBitTime, mapping_get(preoperate_recovery_times, preoperate)}}));
     return result;
 }
 

@@ -1,6 +1,6 @@
 // Record field naming: the "original" and "matlab" namings, the rewriting of
 // field names into the Matlab style, and plain key rewriting of dicts.
-#include "type_tests.hpp"
+#include "../Tessarine.hpp"
 
 #include <utility>
 

@@ -1,7 +1,6 @@
 // Comparison as a call, hexadecimal rendering of byte sequences, and the
 // type tests that tell a list-like value from a single one.
-#include "type_tests.hpp"
-#include "../numbers.hpp"
+#include "../Tessarine.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -118,25 +117,19 @@ Ref to_hex_delim(const Args& args)
 
 Ref undef_if_none(const Args& args) { return Ref::borrow(args[0] == Py_None ? n_undefined.get() : args[0]); }
 
-Ref dict_depth(const Args& args);
-
-// 1 + max(map(dict_depth, d.values())) where the module's dict_depth is this
-// very function: each call of it is made here, as `map` would make it, and
-// `max` of the ints it gives is taken here.  An empty Ref elsewhere.
-Ref own_deepest(PyObject* d)
+// max(map(depth_of, values)), with the builtins as the module fixed them:
+// each value's depth in turn, the first of the greatest kept.
+Ref deepest_of(Borrowed depth_of, Borrowed values)
 {
-    Ref depth_of = g_dict_depth.get();
-    if (implementation_of(depth_of) != dict_depth || !PyDict_CheckExact(d))
-        return {};
-    Ref values = Ref::steal(PyObject_GetIter(call_method(d, n_values)));
+    Ref iterator = Ref::steal(PyObject_GetIter(values));
     Ref deepest;
-    while (Ref value = iterate_next(values)) {
-        PyObject* argument = value.get();
-        Ref depth = as_call_of(depth_of, [&] { return dict_depth(Args(&argument, {}, nullptr, nullptr)); });
+    while (Ref value = iterate_next(iterator)) {
+        Ref depth = call(depth_of, {value});
         if (!deepest || compare(depth, deepest, Py_GT))
             deepest = depth;
     }
-    return tess::add(integer(1), deepest);
+    // Nothing to compare: the host's own words for it.
+    return deepest ? deepest : call(b_max, {list()});
 }
 
 Ref dict_depth(const Args& args)
@@ -146,10 +139,8 @@ Ref dict_depth(const Args& args)
         return integer(0);
     if (!truthy(d))
         return integer(1);
-    if (Ref depth = own_deepest(d))
-        return depth;
-    Ref depths = call(b_map, {g_dict_depth.get(), call_method(d, n_values)});
-    return Ref::steal(PyNumber_Add(integer(1), call(b_max, {depths})));
+    Ref depth_of = g_dict_depth.get();
+    return tess::add(integer(1), deepest_of(depth_of, call_method(d, n_values)));
 }
 
 bool is_list_like_type(PyTypeObject* type)

@@ -1,8 +1,7 @@
 // ErrorHandler: the one place failures are sent to.  It composes a text,
 // records it as the last error and on a bounded list, logs it, and raises or
 // not according to its mode.
-#include "../convert/type_tests.hpp"
-#include "../numbers.hpp"
+#include "../Tessarine.hpp"
 
 namespace tess::body {
 namespace {

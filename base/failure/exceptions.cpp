@@ -2,8 +2,7 @@
 // Constructors call the constructor of a class named in their own text (not
 // always the direct base), looked up in the module at each call as the
 // package's code expects.
-#include "../convert/type_tests.hpp"
-#include "../small_vector.hpp"
+#include "../Tessarine.hpp"
 
 namespace tess::body {
 namespace {

@@ -1,12 +1,6 @@
 // Logger: one line per message on standard output, or nothing when the
 // message's level is above the logger's.
 #include "../Tessarine.hpp"
-#include "../numbers.hpp"
-
-#include <datetime.h>
-
-#include <cstdio>
-#include <string_view>
 
 namespace tess::body {
 namespace {
@@ -49,50 +43,6 @@ Ref set_seconds_decimals(const Args& args)
     return none();
 }
 
-// The decimals of a format of the form the logger makes,
-// "%.2d:%.2d:%.2d.%.<decimals>d", or -1 for any other text.
-int decimals_in(PyObject* format)
-{
-    constexpr std::string_view head = "%.2d:%.2d:%.2d.%.";
-    if (!PyUnicode_CheckExact(format) || !PyUnicode_IS_ASCII(format))
-        return -1;
-    std::string_view text(reinterpret_cast<const char*>(PyUnicode_1BYTE_DATA(format)),
-                          static_cast<std::size_t>(PyUnicode_GET_LENGTH(format)));
-    if (!text.starts_with(head) || !text.ends_with('d'))
-        return -1;
-    std::string_view digits = text.substr(head.size(), text.size() - head.size() - 1);
-    if (digits.empty() || digits.size() > 2)
-        return -1;
-    int decimals = 0;
-    for (char digit : digits) {
-        if (digit < '0' || digit > '9')
-            return -1;
-        decimals = decimals * 10 + (digit - '0');
-    }
-    return decimals;
-}
-
-// format % (now.hour, now.minute, now.second, int(now.microsecond / scale))
-// for a datetime of the host's own class and a format the logger makes,
-// written as `%` writes it; an empty Ref where only `%` can tell.  The
-// microseconds and a divisor up to 2**53 are exact as doubles, so the
-// division rounds as the host's int / int does.
-Ref decimal_time_text(PyObject* format, PyObject* now, PyObject* scale)
-{
-    long long divisor;
-    const int decimals = decimals_in(format);
-    if (decimals < 0 || !PyDateTime_CheckExact(now) || !small_int(scale, divisor) || divisor <= 0 ||
-        divisor > (1LL << 53))
-        return {};
-    const auto fraction = static_cast<long long>(static_cast<double>(PyDateTime_DATE_GET_MICROSECOND(now)) /
-                                                 static_cast<double>(divisor));
-    char buffer[160];
-    const int length = std::snprintf(buffer, sizeof buffer, "%.2d:%.2d:%.2d.%.*lld", PyDateTime_DATE_GET_HOUR(now),
-                                     PyDateTime_DATE_GET_MINUTE(now), PyDateTime_DATE_GET_SECOND(now), decimals,
-                                     fraction);
-    return Ref::steal(PyUnicode_FromStringAndSize(buffer, length));
-}
-
 // The time of day as the logger shows it, or '' with _printDate off.
 Ref time_text(PyObject* self)
 {
@@ -102,20 +52,8 @@ Ref time_text(PyObject* self)
         return call_method(g_time.get(), n_strftime, {getattr(self, n_dateformat)});
     Ref now = call_method(getattr(g_datetime.get(), n_datetime), n_now);
     Ref format = getattr(self, n_dateformat);
-    // The fields of the host's own datetime are plain values, read in any
-    // order with the same outcome; those of another class are read in the
-    // order the expression reads them.
-    Ref scale;
-    if (PyDateTime_CheckExact(now.get())) {
-        scale = getattr(self, n_decimalsscale);
-        if (Ref written = decimal_time_text(format, now, scale))
-            return written;
-    }
     Ref hour = getattr(now, n_hour), minute = getattr(now, n_minute), second = getattr(now, n_second);
-    Ref microsecond = getattr(now, n_microsecond);
-    if (!scale)
-        scale = getattr(self, n_decimalsscale);
-    Ref fraction = true_divide(microsecond, scale);
+    Ref fraction = true_divide(getattr(now, n_microsecond), getattr(self, n_decimalsscale));
     return percent(format, tuple({hour, minute, second, Ref::steal(PyNumber_Long(fraction))}));
 }
 
@@ -123,7 +61,7 @@ Ref log(const Args& args)
 {
     PyObject* self = args[0];
     // The filter is all the work a suppressed message costs.
-    if (compare(getattr(self, n_logLevel), args[1], Py_LT))
+    if (compare_numbers(getattr(self, n_logLevel), args[1], Py_LT))
         return none();
     Ref when = time_text(self);
     // Joined left to right, as one `+` expression: the message is formatted
@@ -134,17 +72,11 @@ Ref log(const Args& args)
 }
 
 // The printing operations hand msg and *args to self.log unformatted, through
-// the instance, so that a subclass replacing log receives everything.  Where
-// the class's log is this very one and its filter refuses the message, the
-// call is answered here without being made.
+// the instance, so that a subclass replacing log receives everything.
 template <int Level, const Name& Head>
 Ref emit(const Args& args)
 {
-    PyObject* own_log = method_of(args[0], n_log);
-    long long threshold;
-    if (implementation_of(own_log) == log && small_int(peek(args[0], n_logLevel), threshold) && threshold < Level)
-        return as_call_of(own_log, [] { return none(); });
-    call_method(args[0], n_log, {integer(Level), Head, args[1]}, args.rest());
+    call_method(args[0], n_log, {small_integer<Level>(), Head, args[1]}, args.rest());
     return none();
 }
 
@@ -192,9 +124,6 @@ const FunctionDef log_def{
 
 void define_logger()
 {
-    PyDateTime_IMPORT;
-    if (!PyDateTimeAPI)
-        throw_python_error();
     ClassBuilder logger("Logger", {b_object}, "Orvane Logger class.");
     logger.method(init_def).method(set_prefix_def).method(set_seconds_decimals_def);
     logger.methods(printers);

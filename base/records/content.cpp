@@ -32,11 +32,7 @@ Ref content_init(const Args& args)
     return none();
 }
 
-template <const Name& Attribute>
-Ref stored(const Args& args)
-{
-    return getattr(args[0], Attribute);
-}
+const FieldView f_port{n_port}, f_date{n_date}, f_time{n_time};
 
 // Converted afresh at each read, so the stored information stays as given.
 Ref master_info(const Args& args)
@@ -93,9 +89,9 @@ const FunctionDef content_init_def{
 };
 const FunctionDef content_properties[] = {
     {.name = "master", .params = {{"self"}}, .implementation = master_info, .doc = "Master information."},
-    {.name = "port", .params = {{"self"}}, .implementation = stored<n_port>, .doc = "Port ID."},
-    {.name = "date", .params = {{"self"}}, .implementation = stored<n_date>, .doc = "Date of the snapshot."},
-    {.name = "time", .params = {{"self"}}, .implementation = stored<n_time>, .doc = "Time of the snapshot."},
+    field<f_port>("port", "Port ID."),
+    field<f_date>("date", "Date of the snapshot."),
+    field<f_time>("time", "Time of the snapshot."),
 };
 const FunctionDef has_iodd_def{
     .name = "hasIodd", .params = {{"self"}}, .implementation = has_iodd, .doc = "Check if IODD is loaded"};

@@ -3,8 +3,6 @@
 // page 1, or one question to its master.
 #include "records.hpp"
 
-#include "../numbers.hpp"
-
 namespace tess::body {
 namespace {
 
@@ -46,12 +44,6 @@ Ref page_entry(PyObject* self, PyObject* fld)
     Ref page = getattr(self, n_page1_attr);
     if (!truthy(page))
         return none();
-    // In an exact dict of str keys, a str is found without running code of
-    // any key, so one look-up answers both `in` and `[]`.
-    PyObject* value;
-    if (PyDict_CheckExact(page) && PyUnicode_CheckExact(fld) && interpreter::str_keys_only(page) &&
-        check(PyDict_GetItemRef(page, fld, &value)))
-        return Ref::steal(value);
     Ref field = Ref::borrow(fld);
     if (!contains(page, field) && truthy(getattr(self, n_recordFieldNaming)))
         field = call(g_convertMatlabFieldName.get(), {field});
@@ -60,14 +52,8 @@ Ref page_entry(PyObject* self, PyObject* fld)
 
 Ref get_page(const Args& args) { return page_entry(args[0], args[1]); }
 
-// self._getPage(fld), run in place while that is still the class's own.
-Ref page(PyObject* self, PyObject* fld)
-{
-    PyObject* method = method_of(self, n_getPage);
-    if (implementation_of(method) == get_page)
-        return as_call_of(method, [&] { return page_entry(self, fld); });
-    return call_method(self, n_getPage, {fld});
-}
+// self._getPage(fld)
+Ref page(PyObject* self, PyObject* fld) { return call_method(self, n_getPage, {fld}); }
 
 Ref set_page1(const Args& args)
 {
@@ -75,11 +61,7 @@ Ref set_page1(const Args& args)
     return none();
 }
 
-template <const Name& Attribute>
-Ref stored(const Args& args)
-{
-    return getattr(args[0], Attribute);
-}
+const FieldView f_address{n_address_attr}, f_page1{n_page1_attr};
 
 template <const Name& Field>
 Ref page_field(const Args& args)
@@ -87,18 +69,11 @@ Ref page_field(const Args& args)
     return page(args[0], Field);
 }
 
-// The module's own undefIfNone as the module body made it, which runs in
-// place for as long as the module's name stands for it.
-PyObject* own_undef_if_none = nullptr;
-
 template <const Name& Attribute>
 Ref undefined_if_none(const Args& args)
 {
-    Ref value = getattr(args[0], Attribute);
     Ref function = g_undefIfNone.get();
-    if (function.get() != own_undef_if_none)
-        return call(function, {value});
-    return as_call_of(function, [&] { return Py_IsNone(value) ? Ref::borrow(n_undefined) : value; });
+    return call(function, {getattr(args[0], Attribute)});
 }
 
 // Old names log at every read, then answer as their successors do.
@@ -110,25 +85,20 @@ Ref deprecated_name(const Args& args)
     return getattr(args[0], Successor);
 }
 
-Ref port_number(PyObject* self)
+Ref port_id(const Args& args)
 {
-    Ref port = getattr(self, n_port_attr);
-    Ref master = getattr(self, n_master_attr);
+    Ref port = getattr(args[0], n_port_attr);
+    Ref master = getattr(args[0], n_master_attr);
     if (!truthy(master) || !truthy(getattr(getattr(master, n_baseDrv), n_portNumbering)))
         return port;
     return add(port, integer(1));
 }
 
-Ref port_id(const Args& args) { return port_number(args[0]); }
-
 Ref port(const Args& args)
 {
     PyObject* self = args[0];
     Ref address = getattr(self, n_address_attr);
-    PyObject* getter = getter_of(self, n_portId);
-    if (implementation_of(getter) != port_id)
-        return tuple({address, getattr(self, n_portId)});
-    return tuple({address, as_call_of(getter, [&] { return port_number(self); })});
+    return tuple({address, getattr(self, n_portId)});
 }
 
 Ref driver(const Args& args)
@@ -173,7 +143,7 @@ const FunctionDef init_def{
     .implementation = init,
 };
 const FunctionDef properties[] = {
-    {.name = "address", .params = {{"self"}}, .implementation = stored<n_address_attr>, .doc = "Master address."},
+    field<f_address>("address", "Master address."),
     {.name = "portId", .params = {{"self"}}, .implementation = port_id, .doc = "Port ID."},
     {.name = "port", .params = {{"self"}}, .implementation = port, .doc = "Port (tuple of address and port ID)."},
     {.name = "driver", .params = {{"self"}}, .implementation = driver, .doc = "Driver name"},
@@ -189,10 +159,7 @@ const FunctionDef properties[] = {
      .implementation = page_field<k_io_link_version_id>,
      .doc = "IO-Link revision"},
     {.name = "isduSupported", .params = {{"self"}}, .implementation = isdu_supported, .doc = "ISDU support?"},
-    {.name = "page1",
-     .params = {{"self"}},
-     .implementation = stored<n_page1_attr>,
-     .doc = "Page 1 (direct parameter page 0)"},
+    field<f_page1>("page1", "Page 1 (direct parameter page 0)"),
     {.name = "productCode",
      .params = {{"self"}},
      .implementation = deprecated_name<m_productCode, n_masterProductCode>},
@@ -225,7 +192,6 @@ void define_device_record()
     device.properties(properties);
     device.methods(methods);
     device.static_method(get_type_def).build();
-    Py_XSETREF(own_undef_if_none, g_undefIfNone.get().release());
 }
 
 }  // namespace tess::body

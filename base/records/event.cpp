@@ -15,17 +15,11 @@ Global g_IoddEvent("IoddEvent");
 constexpr long kLastIndex = 6;
 constexpr long kIteratedPositions = 6;
 
-// Where each property finds its value: a position of the event sequence, or
-// an attribute of the instance.
-struct Field {
-    const Name& name;
-    long position;
-    const Name* stored = nullptr;
-};
-
-const Field f_address{n_address, -1, &n_address_attr}, f_port{n_port, -1, &n_port_attr},
-    f_description{n_description, -1, &n_description_attr}, f_name{n_name, 0}, f_code{n_code, 1}, f_type{n_type, 2},
-    f_mode{n_mode, 3}, f_source{n_source, 4}, f_counter{n_counter, 5}, f_time{n_time, 6};
+// Where each property finds its value: an attribute of the instance, or a
+// position of the event sequence.
+const FieldView f_address{n_address_attr}, f_port{n_port_attr}, f_description{n_description_attr},
+    f_name{n_event, 0}, f_code{n_event, 1}, f_type{n_event, 2}, f_mode{n_event, 3}, f_source{n_event, 4},
+    f_counter{n_event, 5}, f_time{n_event, 6};
 
 Ref init(const Args& args)
 {
@@ -37,92 +31,21 @@ Ref init(const Args& args)
     return none();
 }
 
-// sequence[position] where the sequence is an exact tuple or list that
-// reaches that far (borrowed), or NULL.
-PyObject* item_in_place(PyObject* sequence, long position) noexcept
-{
-    if (PyTuple_CheckExact(sequence))
-        return position < PyTuple_GET_SIZE(sequence) ? PyTuple_GET_ITEM(sequence, position) : nullptr;
-    if (PyList_CheckExact(sequence))
-        return position < PyList_GET_SIZE(sequence) ? PyList_GET_ITEM(sequence, position) : nullptr;
-    return nullptr;
-}
-
-template <const Field& F>
-Ref property_value(const Args& args)
-{
-    if (F.position < 0)
-        return getattr(args[0], *F.stored);
-    Ref sequence = getattr(args[0], n_event);
-    PyObject* value = item_in_place(sequence, F.position);
-    return value ? Ref::borrow(value) : item_at(sequence, F.position);
-}
-
-// The class as defined here, and its version tag then: an instance of it
-// whose class still has that tag answers every property as defined above.
-PyTypeObject* event_class = nullptr;
-unsigned int event_class_tag = 0;
-
-// The value that the property of `field` would give (borrowed), read in place
-// where `event` is such an instance and the value lies in a tuple or a list
-// in reach; NULL where only the property itself can tell.
-PyObject* in_place(PyObject* event, const Field& field) noexcept
-{
-    if (Py_TYPE(event) != event_class || event_class->tp_version_tag != event_class_tag)
-        return nullptr;
-    if (field.position < 0)
-        return peek(event, *field.stored);
-    PyObject* sequence = peek(event, n_event);
-    return sequence ? item_in_place(sequence, field.position) : nullptr;
-}
-
-using Fields = std::initializer_list<const Field*>;
-
-Ref same_fields(PyObject* self, PyObject* event, Fields fields)
-{
-    // Each value read in place stands for a call of its getter, which would
-    // take one recursion level here.  All those calls are made at this same
-    // depth, and what runs between them leaves the depth as it found it, so
-    // one level taken for the first of them answers for all.
-    bool depth_checked = false;
-    auto read = [&depth_checked](Borrowed event, const Field* field) {
-        PyObject* value = in_place(event, *field);
-        if (!value)
-            return getattr(event, field->name);
-        if (!depth_checked) {
-            RecursionGuard depth;
-            depth_checked = true;
-        }
-        return Ref::borrow(value);
-    };
-    return fields_equal(self, event, fields, read);
-}
-
 Ref at_position(PyObject* self, Borrowed index) { return item(getattr(self, n_event), index); }
 
 // self.<coarser>(event), and where that holds the given fields too, with the
-// same stopping rule.  Where self's method is still `own`, it runs in place.
-Ref refined(PyObject* self, PyObject* event, const Name& coarser, Implementation own, Fields fields)
+// same stopping rule.
+Ref refined(PyObject* self, PyObject* event, const Name& coarser, Names fields)
 {
-    PyObject* method = method_of(self, coarser);
-    Ref held;
-    if (implementation_of(method) == own) {
-        PyObject* const arguments[] = {self, event};
-        held = as_call_of(method, [&] { return own(Args(arguments, {}, nullptr, nullptr)); });
-    } else {
-        held = call_method(self, coarser, {event});
-    }
-    return truthy(held) ? same_fields(self, event, fields) : held;
+    Ref held = call_method(self, coarser, {event});
+    return truthy(held) ? fields_equal(self, event, fields) : held;
 }
 
-Ref equal_kind(const Args& args) { return same_fields(args[0], args[1], {&f_code, &f_source, &f_type, &f_mode}); }
+Ref equal_kind(const Args& args) { return fields_equal(args[0], args[1], {n_code, n_source, n_type, n_mode}); }
 
-Ref equal(const Args& args)
-{
-    return refined(args[0], args[1], n_equalKind, equal_kind, {&f_address, &f_port, &f_counter});
-}
+Ref equal(const Args& args) { return refined(args[0], args[1], n_equalKind, {n_address, n_port, n_counter}); }
 
-Ref equal_exact(const Args& args) { return refined(args[0], args[1], n_eq, equal, {&f_name, &f_description}); }
+Ref equal_exact(const Args& args) { return refined(args[0], args[1], n_eq, {n_name, n_description}); }
 
 Ref get_type(const Args&) { return g_IoddEvent.get(); }
 
@@ -162,22 +85,16 @@ const FunctionDef init_def{
     .implementation = init,
 };
 const FunctionDef properties[] = {
-    {.name = "address", .params = {{"self"}}, .implementation = property_value<f_address>, .doc = "Event address"},
-    {.name = "port", .params = {{"self"}}, .implementation = property_value<f_port>, .doc = "Event port"},
-    {.name = "description",
-     .params = {{"self"}},
-     .implementation = property_value<f_description>,
-     .doc = "Event description"},
-    {.name = "name", .params = {{"self"}}, .implementation = property_value<f_name>, .doc = "Event name"},
-    {.name = "code", .params = {{"self"}}, .implementation = property_value<f_code>, .doc = "Event code"},
-    {.name = "type", .params = {{"self"}}, .implementation = property_value<f_type>, .doc = "Event type"},
-    {.name = "mode", .params = {{"self"}}, .implementation = property_value<f_mode>, .doc = "Event mode"},
-    {.name = "source", .params = {{"self"}}, .implementation = property_value<f_source>, .doc = "Event source"},
-    {.name = "counter",
-     .params = {{"self"}},
-     .implementation = property_value<f_counter>,
-     .doc = "Event counting number"},
-    {.name = "time", .params = {{"self"}}, .implementation = property_value<f_time>, .doc = "Event time"},
+    field<f_address>("address", "Event address"),
+    field<f_port>("port", "Event port"),
+    field<f_description>("description", "Event description"),
+    field<f_name>("name", "Event name"),
+    field<f_code>("code", "Event code"),
+    field<f_type>("type", "Event type"),
+    field<f_mode>("mode", "Event mode"),
+    field<f_source>("source", "Event source"),
+    field<f_counter>("counter", "Event counting number"),
+    field<f_time>("time", "Event time"),
 };
 const FunctionDef methods[] = {
     {.name = "equalKind", .params = {{"self"}, {"event"}}, .implementation = equal_kind,
@@ -202,13 +119,7 @@ void define_event_record()
     event.methods(methods);
     event.static_method(get_type_def);
     Py_XSETREF(iterated_item, make_function(item_at_def, "IoddEvent").release());
-    Ref cls = event.build();
-    Py_CLEAR(event_class);
-    auto* type = reinterpret_cast<PyTypeObject*>(cls.get());
-    if (PyUnstable_Type_AssignVersionTag(type)) {
-        event_class_tag = type->tp_version_tag;
-        event_class = reinterpret_cast<PyTypeObject*>(cls.release());
-    }
+    event.build();
 }
 
 }  // namespace tess::body

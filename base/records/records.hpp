@@ -13,28 +13,9 @@ Ref json_report(Borrowed key, Borrowed report);
 // record's report shows exactly what its attributes answer.
 void report_attributes(Borrowed report, Borrowed self, Names names);
 
-// a == b, with the result that the operator gives, whatever its type.
-Ref equality(Borrowed a, Borrowed b);
-
 // self.<field> == other.<field> for each field in turn, as a chain of `and`:
 // it stops at the first comparison that does not hold, and the answer is the
-// result of the last comparison made, whatever its type.  `read(object,
-// field)` gives object.<field>.
-template <typename Fields, typename Read>
-Ref fields_equal(Borrowed self, Borrowed other, const Fields& fields, Read&& read)
-{
-    Ref result;
-    for (const auto& field : fields) {
-        Ref mine = read(self, field);
-        Ref theirs = read(other, field);
-        result = equality(mine, theirs);
-        if (!truthy(result))
-            break;
-    }
-    return result;
-}
-
-// The same, each field read as the attribute of that name.
+// result of the last comparison made, whatever its type.
 Ref fields_equal(Borrowed self, Borrowed other, Names names);
 
 }  // namespace tess::body

@@ -76,7 +76,7 @@ Ref device_get_stat(const Args& args)
     set_item(report, n_driver, getattr(self, n_drvName));
     set_item(report, n_address, getattr(self, n_addr));
     set_item(report, n_port, getattr(self, n_port_attr));
-    put_leaves(report, self, device_report, stat_leaf());
+    put_leaves(report, self, device_report, n_stat);
     return report;
 }
 
@@ -106,7 +106,7 @@ Ref connection_get_stat(const Args& args)
 {
     PyObject* self = args[0];
     Ref report = dict();
-    put_leaves(report, self, connection_report, stat_leaf());
+    put_leaves(report, self, connection_report, n_stat);
     set_item(report, n_errors, getattr(self, n_errors));
     return report;
 }

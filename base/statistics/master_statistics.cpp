@@ -83,7 +83,7 @@ Ref clear(const Args& args)
 Ref get_port_stat(const Args& args)
 {
     PyObject* self = args[0];
-    return port_leaves(stat_leaf(), args[1], [self](const Name& name) { return getattr(self, name); });
+    return port_leaves(args[1], [self](const Name& name) { return getattr(self, name); });
 }
 
 Ref get_stat(const Args& args)
@@ -94,8 +94,8 @@ Ref get_stat(const Args& args)
     Ref report = dict();
     set_item(report, n_driver, getattr(self, n_drvName));
     set_item(report, n_address, getattr(self, n_addr));
-    put_leaves(report, self, master_report, stat_leaf());
-    put_leaves(report, self, port_report, merge_leaf());
+    put_leaves(report, self, master_report, n_stat);
+    put_leaves(report, self, port_report, n_mergestat);
     Ref ports = dict();
     for_each(getattr(self, n_receiveRepeats),
              [&](PyObject* port) { set_item(ports, port, call_method(self, n_getPortStat, {port})); });

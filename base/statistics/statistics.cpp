@@ -3,8 +3,6 @@
 // of the other files share its Stat objects and port dictionaries.
 #include "statistics.hpp"
 
-#include "../recursion.hpp"
-
 namespace tess::body {
 
 namespace stats {
@@ -17,23 +15,10 @@ void append_attributes(Borrowed into, Borrowed self, Figures figures)
         check(PyList_Append(into, getattr(self, figure.name)));
 }
 
-Leaf::Leaf(const Name& which, Implementation own, Work work) : function_(statistics_member(which)), work_(work)
-{
-    if (implementation_of(function_) != own)
-        work_ = nullptr;
-}
-
-Ref Leaf::operator()(Borrowed argument) const
-{
-    if (!work_)
-        return call(function_, {argument});
-    return as_call_of(function_, [&] { return work_(argument); });
-}
-
-void put_leaves(Borrowed report, Borrowed self, Figures figures, const Leaf& leaf)
+void put_leaves(Borrowed report, Borrowed self, Figures figures, const Name& which)
 {
     for (const Figure& figure : figures)
-        set_item(report, figure.name, leaf(getattr(self, figure.name)));
+        set_item(report, figure.name, leaf(which, [&] { return getattr(self, figure.name); }));
 }
 
 Ref listed_if_text(Borrowed value)
@@ -230,10 +215,8 @@ Ref clear_stat(const Args& args)
 Ref get_stat(const Args& args)
 {
     PyObject* self = args[0];
-    const Leaf leaf = stat_leaf();
-    const Leaf merged = merge_leaf();
     Ref report = dict();
-    put_leaves(report, self, overall_report, merged);
+    put_leaves(report, self, overall_report, n_mergestat);
     Ref masters = dict();
     set_item(report, n_masters, masters);
     Ref receive = getattr(self, n_receiveRepeats);
@@ -242,14 +225,15 @@ Ref get_stat(const Args& args)
         Ref entry = dict();
         set_item(entry, n_driver, item_at(sel, 0));
         for (const Figure& figure : master_figures)
-            set_item(entry, figure.name, leaf(mapping_get(getattr(self, figure.name), sel)));
+            set_item(entry, figure.name, leaf(n_stat, [&] { return mapping_get(getattr(self, figure.name), sel); }));
         for (const Figure& figure : port_report)
-            set_item(entry, figure.name, merged(mapping_get(getattr(self, figure.name), sel)));
+            set_item(entry, figure.name,
+                     leaf(n_mergestat, [&] { return mapping_get(getattr(self, figure.name), sel); }));
         if (truthy(args[1]) && truthy(master_read)) {
             Ref ports = dict();
             for_each(master_read, [&](PyObject* port) {
                 set_item(ports, port,
-                         port_leaves(leaf, port, [&](const Name& name) { return item(getattr(self, name), sel); }));
+                         port_leaves(port, [&](const Name& name) { return item(getattr(self, name), sel); }));
             });
             set_item(entry, n_ports, ports);
         }
@@ -288,20 +272,15 @@ Ref get_device_sel(const Args& args)
     return tuple({name, address, port});
 }
 
-Ref stat_of(Borrowed stat) { return truthy(stat) ? report_of(stat) : none(); }
-
-Ref stat_call(const Args& args) { return stat_of(args[0]); }
+Ref stat_call(const Args& args) { return truthy(args[0]) ? call_method(args[0], n_getStat) : none(); }
 
 // Merged anew for each report: no total is kept anywhere.
-Ref merged_of(Borrowed stats)
+Ref merged_call(const Args& args)
 {
-    if (!truthy(stats))
+    if (!truthy(args[0]))
         return none();
-    Ref figures = Ref::steal(PySequence_List(call_method(stats, n_values)));
-    Ref merge_class = g_StatMerge.get();
-    if (Ref report = merged_report(merge_class, figures))
-        return report;
-    return call_method(call(merge_class, {figures}), n_getStat);
+    Ref figures = Ref::steal(PySequence_List(call_method(args[0], n_values)));
+    return call_method(call(g_StatMerge.get(), {figures}), n_getStat);
 }
 
 const FunctionDef base_init_def{.name = "__init__", .params = {{"self"}}, .implementation = base_init};
@@ -349,8 +328,6 @@ const FunctionDef get_device_sel_def{
     .implementation = get_device_sel,
     .doc = "Get device selector",
 };
-Ref merged_call(const Args& args) { return merged_of(args[0]); }
-
 const FunctionDef stat_def{.name = "stat", .params = {{"stat"}}, .implementation = stat_call, .doc = "Get statistics"};
 const FunctionDef mergestat_def{
     .name = "mergestat", .params = {{"stats"}}, .implementation = merged_call, .doc = "Get collected statistics"};
@@ -370,11 +347,6 @@ const FunctionDef get_dev_statistics_def{
 const FunctionDef statistics_repr_def = repr_def(keyed_repr<n_GlobalStatistics>);
 
 }  // namespace
-
-namespace stats {
-Leaf stat_leaf() { return Leaf(n_stat, stat_call, stat_of); }
-Leaf merge_leaf() { return Leaf(n_mergestat, merged_call, merged_of); }
-}  // namespace stats
 
 void define_statistics()
 {

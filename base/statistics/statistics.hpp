@@ -2,7 +2,7 @@
 // the tree, the views and the reports use, and the few steps all of them take.
 #pragma once
 
-#include "../convert/type_tests.hpp"
+#include "../Tessarine.hpp"
 
 #include <array>
 #include <source_location>
@@ -77,35 +77,28 @@ std::array<Ref, N> unpack(Borrowed iterable)
     return values;
 }
 
-
 // [self.<name> for each figure], appended to `into`.
 void append_attributes(Borrowed into, Borrowed self, Figures figures);
 
-// Statistics.stat or Statistics.mergestat, as one report finds it (late
-// bound); where it is the module's own, calling it does its work directly.
-class Leaf {
-public:
-    using Work = Ref (*)(Borrowed);
-    Leaf(const Name& which, Implementation own, Work work);
-    Ref operator()(Borrowed argument) const;
+// Statistics.<which>(figure()): Statistics.stat or Statistics.mergestat,
+// looked up at each use like any module name, before its argument.
+template <typename Figure>
+Ref leaf(const Name& which, Figure&& figure)
+{
+    Ref operation = statistics_member(which);
+    return call(operation, {figure()});
+}
 
-private:
-    Ref function_;
-    Work work_;  // NULL where the function found is not the module's own
-};
-Leaf stat_leaf();    // Statistics.stat
-Leaf merge_leaf();   // Statistics.mergestat
-
-// report[name] = leaf(self.<name>) for each figure.
-void put_leaves(Borrowed report, Borrowed self, Figures figures, const Leaf& leaf);
+// report[name] = Statistics.<which>(self.<name>) for each figure.
+void put_leaves(Borrowed report, Borrowed self, Figures figures, const Name& which);
 
 // The five leaves of one port: Statistics.stat(table_of(name).get(port)).
 template <typename TableOf>
-Ref port_leaves(const Leaf& leaf, Borrowed port, TableOf&& table_of)
+Ref port_leaves(Borrowed port, TableOf&& table_of)
 {
     Ref report = dict();
     for (const Figure& figure : port_report)
-        set_item(report, figure.name, leaf(mapping_get(table_of(figure.name), port)));
+        set_item(report, figure.name, leaf(n_stat, [&] { return mapping_get(table_of(figure.name), port); }));
     return report;
 }
 
@@ -125,7 +118,6 @@ void for_each_named_figure(Borrowed self, Borrowed values, Visit&& visit)
 
 // The BaseStatistics constructor, which every statistics class runs last.
 void collect_stat_names(Borrowed self);
-
 
 // __repr__ that shows self.getStat() as JSON, bare or under one outer key.
 Ref plain_repr(const Args& args);
@@ -147,14 +139,6 @@ inline FunctionDef repr_def(Implementation implementation,
             .doc = "Returns the object data in JSON format",
             .where = where};
 }
-
-// figure.getStat(), run straight through where it is the module's own.
-Ref report_of(Borrowed figure);
-
-// StatMerge(figures).getStat() for a list of figures, worked out without the
-// merge object where `merge_class` is the module's own StatMerge and every
-// figure a plain one of its own; an empty Ref elsewhere.
-Ref merged_report(Borrowed merge_class, Borrowed figures);
 
 // The cached views of Statistics, made by the classes they return.
 Ref get_master_statistics(const Args& args);

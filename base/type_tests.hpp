@@ -1,10 +1,11 @@
-// isinstance() as the host judges it, without its lookup of `__class__` for
-// the objects whose type leaves no room for another class.
+// isinstance() as the host judges it; with the fast roads, without its lookup of
+// `__class__` for the objects whose type leaves no room for another class.
 #pragma once
 
-#include "../Tessarine.hpp"
+#include "attributes.hpp"
+#include "operations.hpp"
 
-namespace tess::body {
+namespace tess {
 
 inline Name n_dunder_class("__class__");
 
@@ -15,14 +16,6 @@ inline bool is_list_type(PyTypeObject* type) { return PyType_FastSubclass(type, 
 inline bool is_dict_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_DICT_SUBCLASS); }
 inline bool is_int_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_LONG_SUBCLASS); }
 inline bool is_number_type(PyTypeObject* type) { return is_int_type(type) || is_float_type(type); }
-
-// True when `object.__class__` can only give the type itself: the type keeps
-// the generic attribute lookup and the `__class__` that `object` defines.
-inline bool class_is_type(PyTypeObject* type)
-{
-    static PyObject* const inherited = _PyType_Lookup(&PyBaseObject_Type, n_dunder_class);
-    return type->tp_getattro == PyObject_GenericGetAttr && _PyType_Lookup(type, n_dunder_class) == inherited;
-}
 
 // isinstance(object, classes) for classes of the plain metaclass `type`,
 // where `test` says whether a type is one of them.  As with isinstance, an
@@ -50,4 +43,4 @@ inline bool isinstance_of(PyObject* object, PyObject* cls)
     return isinstance_by(object, [wanted](PyTypeObject* type) { return PyType_IsSubtype(type, wanted) != 0; });
 }
 
-}  // namespace tess::body
+}  // namespace tess
