@@ -10,6 +10,18 @@ import vantrel.base.Tessarine as Tessarine
 def pytest_configure(config):
     config.addinivalue_line(
         "markers", "package_index: needs the package index to set up a fresh environment; skips itself without it")
+    config.addinivalue_line(
+        "markers", "whole_package: tests the package rather than one build of the module; run against one build")
+
+
+def pytest_collection_modifyitems(config, items):
+    # scripts/test runs the suite a second time against the build without the
+    # fast roads: what does not depend on the build ran the first time.
+    if os.environ.get("TESSARINE_TESTS_AGAIN"):
+        again = pytest.mark.skip(reason="tested with the installed build")
+        for item in items:
+            if item.get_closest_marker("whole_package"):
+                item.add_marker(again)
 
 
 @pytest.fixture

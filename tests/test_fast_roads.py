@@ -529,3 +529,44 @@ SHOWN = {"property": "False False 1 2.0 2.0 ('a', 1)\nTrue True same 100 100 ('a
 def test_descriptor_remade_in_place_after_first_use(remade):
     ran = run_python("import gc, vantrel.base.Tessarine as T\n" + REMADE[remade])
     assert (ran.returncode, ran.stdout) == (0, SHOWN[remade]), ran.stderr
+
+
+# ------------------------------------------------------------------------ sound roads
+
+def test_sums_are_new_ints_as_python_makes_them():
+    def scenario(M):
+        figure = M.Stat()
+        for value in (300, -100):
+            figure.add(value)
+        return figure._sum is int("200"), figure.count is int("2")
+    both(scenario)
+
+
+def keys_sorted_in_place(monkeypatch):
+    monkeypatch.setitem(json.dumps.__kwdefaults__, "sort_keys", True)
+
+
+def code_swapped(name):
+    def swap(monkeypatch):
+        def encode(self, o):
+            return "encoded by other code"
+
+        def iterencode(self, o, _one_shot=False):
+            return ["iterencoded ", "by other code"]
+        monkeypatch.setattr(getattr(json.JSONEncoder, name), "__code__", locals()[name].__code__)
+    return swap
+
+
+@pytest.mark.parametrize("change", [keys_sorted_in_place, code_swapped("encode"), code_swapped("iterencode")],
+                         ids=["dumps keyword defaults changed in place", "encode code swapped",
+                              "iterencode code swapped"])
+def test_json_changed_in_place_is_used_as_it_is(change, monkeypatch):
+    def texts(M):
+        figure = M.StatMs()
+        for value in (0.002, 0.001):
+            figure.add(value)
+        return repr(figure), repr(M.Statistics([])), repr(M.Stat())
+    plain = texts(T)
+    change(monkeypatch)
+    both(texts)
+    assert outcome(lambda: texts(T))[0] != typed(plain)

@@ -104,7 +104,10 @@ def unreadable_path(request, tmp_path):
 
 def test_filesha256_raises_the_error_of_the_file(unreadable_path):
     error = failure_of(lambda: T.filesha256(unreadable_path))
-    expected = failure_of(lambda: open(unreadable_path, "rb").read(1048576))
+    def read():
+        with open(unreadable_path, "rb") as file:
+            return file.read(1048576)
+    expected = failure_of(read)
     assert type(error) is type(expected) and error.errno == expected.errno != errno.EBADF
 
 

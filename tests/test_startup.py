@@ -38,6 +38,13 @@ def check(code, **env):
     return process.stdout
 
 
+def test_no_version_warning_on_the_interpreter_built_for():
+    # The start-up compares the running interpreter with the one the module
+    # was built for; warnings turned into errors would end the import.
+    process = run_python("import vantrel.base.Tessarine", "-W", "error")
+    assert process.returncode == 0, process.stderr
+
+
 def test_one_module_object_and_one_body_run():
     check("""
 import sys, vantrel.base.Tessarine as first

@@ -11,6 +11,8 @@ import pytest
 
 import vantrel.base.Tessarine as T
 
+pytestmark = pytest.mark.whole_package
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 STUB = pathlib.Path(T.__file__).with_name("Tessarine.pyi")
 TYPED_EXAMPLES = [ROOT / "examples" / "demo.py", ROOT / "examples" / "typed_usage.py"]
