@@ -1,9 +1,5 @@
-"""Arguments that break native code which trusts what it is given: numbers at
-the edges of their types, containers that hold themselves or nest past the
-recursion limit, subclasses of dict, list and str whose methods lie or fail,
-objects whose every protocol method fails, and dictionaries that change under
-a walk.  The sweeps, the property-based test and the memory test share them,
-and so does the verdict on what a call may raise."""
+"""Arguments that break native code which trusts what it is given, and the
+verdict on what a call may raise: the sweeps and the memory test share them."""
 import re
 import sys
 
@@ -16,174 +12,62 @@ def fail(*args, **kwargs):
     raise Hostile("hostile")
 
 
-# --- objects whose protocol fails ------------------------------------------
-
-PROTOCOL = ("__eq__", "__ne__", "__lt__", "__gt__", "__hash__", "__bool__", "__str__", "__repr__", "__format__",
-            "__len__", "__iter__", "__index__", "__getattr__", "__getattribute__", "__getitem__", "__contains__",
-            "__call__")
+PROTOCOL = ("__eq__ __ne__ __lt__ __gt__ __hash__ __bool__ __str__ __repr__ __format__ __len__ __iter__ __index__ "
+            "__getattr__ __getattribute__ __getitem__ __contains__ __call__").split()
 
 
 def failing(name):
+    """An object whose one protocol method `name` fails."""
     namespace = {name: fail}
     if name == "__eq__":
         namespace["__hash__"] = object.__hash__  # __eq__ alone would make it unhashable
     return type("Failing" + name.strip("_").title(), (), namespace)()
 
 
-class Liar:
-    """Answers every protocol question with something of the wrong kind."""
-
-    def __eq__(self, other):
-        return Liar.truth
-
-    __ne__ = __lt__ = __gt__ = __le__ = __ge__ = __eq__
-
-    def __hash__(self):
-        return 7  # the hash of 7, which Shifty keys share
-
-    def __len__(self):
-        return sys.maxsize
-
-    def __iter__(self):
-        return 5
-
-    def __str__(self):
-        return 5
-
-    __repr__ = __str__
-
-    def __format__(self, spec):
-        return None
-
-    def __index__(self):
-        return 1.5
-
-    def __getattr__(self, name):
-        return self
-
-
-class Unsure:
-    """A truth value that cannot be decided."""
-
-    __bool__ = fail
-
-
-Liar.truth = Unsure()
-
-
-def everything_fails():
-    names = [name for name in PROTOCOL if name != "__getattribute__"]
-    namespace = dict.fromkeys(names, fail)
-    return type("EverythingFails", (), namespace)()
-
-
-# --- containers that lie --------------------------------------------------
-
-DICT_METHODS = ("items", "values", "keys", "get", "__getitem__", "__iter__", "__len__", "__contains__", "pop",
-                "copy", "clear", "setdefault", "update", "__setitem__", "__delitem__")
-LIST_METHODS = ("__getitem__", "__iter__", "__len__", "__contains__", "index", "append", "remove", "extend", "pop",
-                "__setitem__", "copy", "__reversed__")
-STR_METHODS = ("lower", "upper", "replace", "strip", "find", "startswith", "index", "join", "split", "encode",
-               "__getitem__", "__len__", "__iter__", "__eq__", "__hash__", "__format__", "__str__", "__contains__",
-               "__add__", "__mod__")
-
-
 def failing_subclass(base, methods):
-    return type("Failing" + base.__name__.title(), (base,), dict.fromkeys(methods, fail))
+    return type("Failing" + base.__name__.title(), (base,), dict.fromkeys(methods.split(), fail))
 
 
-FailingDict = failing_subclass(dict, DICT_METHODS)
-FailingList = failing_subclass(list, LIST_METHODS)
-FailingStr = failing_subclass(str, STR_METHODS)
+FailingDict = failing_subclass(dict, "items values keys get __getitem__ __iter__ __len__ __contains__ pop copy clear "
+                                     "setdefault update __setitem__ __delitem__")
+FailingList = failing_subclass(list, "__getitem__ __iter__ __len__ __contains__ index append remove extend pop "
+                                     "__setitem__ copy __reversed__")
+FailingStr = failing_subclass(str, "lower upper replace strip find startswith index join split encode __getitem__ "
+                                   "__len__ __iter__ __eq__ __hash__ __format__ __str__ __contains__ __add__ __mod__")
 
 
-class LyingDict(dict):
-    """Its views, look-ups and size disagree with its contents."""
-
-    def items(self):
-        return [(1,), "abc", None, (self, self, self)]
-
-    def values(self):
-        return [self, None, 5]
-
-    def keys(self):
-        return None
-
-    def get(self, key, default=None):
-        return self
-
-    def __getitem__(self, key):
-        return self
-
-    def __iter__(self):
-        return iter([Liar(), self, None])
-
-    def __len__(self):
-        return 0
-
-    def __contains__(self, key):
-        return True
-
-    def pop(self, *args):
-        return self
+def lying(base, **answers):
+    """A subclass of `base` whose methods answer anything but the truth: what
+    `answers` gives, or for a callable, what it makes of the instance."""
+    def method(answer):
+        return lambda self, *args, **kwargs: answer(self) if callable(answer) else answer
+    return type("Lying" + base.__name__.title(), (base,), {name: method(answer) for name, answer in answers.items()})
 
 
-class LyingList(list):
-    """Longer than it is, and every item is itself."""
-
-    def __len__(self):
-        return sys.maxsize
-
-    def __getitem__(self, index):
-        return self
-
-    def __iter__(self):
-        return iter([self, Liar(), -1])
-
-    def index(self, value, *args):
-        return sys.maxsize
+Unsure = failing_subclass(object, "__bool__")  # a truth value that cannot be decided
+EverythingFails = failing_subclass(object, " ".join(set(PROTOCOL) - {"__getattribute__"}))
 
 
-class LyingStr(str):
-    """A text whose text operations answer with anything but text."""
-
-    def lower(self):
-        return 5
-
-    upper = lower
-
-    def replace(self, *args):
-        return None
-
-    def strip(self, *args):
-        return []
-
-    def find(self, *args):
-        return "x"
-
-    def __len__(self):
-        return sys.maxsize
-
-    def __getitem__(self, index):
-        return self
-
-    def __eq__(self, other):
-        return True
-
-    def __hash__(self):
-        return 0
-
-    def __format__(self, spec):
-        return 5
+def itself(instance):
+    return instance
 
 
-# --- dictionaries that change under a walk ---------------------------------
+# The hash of 7, which Shifty keys share.
+Liar = lying(object, **dict.fromkeys(("__eq__", "__ne__", "__lt__", "__gt__", "__le__", "__ge__"), Unsure()),
+             __hash__=7, __len__=sys.maxsize, __iter__=5, __str__=5, __repr__=5, __format__=None, __index__=1.5,
+             __getattr__=itself)
+LyingDict = lying(dict, items=lambda self: [(1,), "abc", None, (self, self, self)], values=lambda self: [self, None, 5],
+                  keys=None, get=itself, __getitem__=itself, __iter__=lambda self: iter([Liar(), self, None]),
+                  __len__=0, __contains__=True, pop=itself)
+LyingList = lying(list, __len__=sys.maxsize, __getitem__=itself, __iter__=lambda self: iter([self, Liar(), -1]),
+                  index=sys.maxsize)
+LyingStr = lying(str, lower=5, upper=5, replace=None, strip=[], find="x", __len__=sys.maxsize, __getitem__=itself,
+                 __eq__=True, __hash__=0, __format__=5)
+
 
 class Shifty:
-    """A key whose comparison empties its dictionary and refills it with
-    another such key; it shares its hash with the number 7.  Only every other
-    comparison does so: a look-up starts again after a change, and would
-    never end."""
+    """A key whose every other comparison refills its dictionary with another
+    such key (a look-up starts again after a change: every one would never end)."""
     shifts = False
 
     def __init__(self, home):
@@ -200,12 +84,6 @@ class Shifty:
         return False
 
 
-def shifting_dict():
-    home = {}
-    home.update({"a": 1, Shifty(home): 2, ("x", 7): Shifty(home)})
-    return home
-
-
 class Growing:
     """A key whose hash grows its dictionary."""
 
@@ -217,13 +95,12 @@ class Growing:
         return 3
 
 
-def growing_dict():
+def home_of(fill):
+    """A dictionary filled by `fill` with keys and values that know it."""
     home = {}
-    home[Growing(home)] = 1
+    fill(home)
     return home
 
-
-# --- structures that contain themselves or nest too deep --------------------
 
 def looped_dict():
     looped = {}
@@ -231,39 +108,18 @@ def looped_dict():
     return looped
 
 
-def looped_list():
-    looped = []
-    looped.append(looped)
-    return looped
-
-
 def looped_mixed():
-    mixed = {"a": [None], "b": ()}
+    mixed = {"a": [None]}
     mixed["a"][0] = mixed
     mixed["b"] = (mixed["a"], mixed)
     return mixed
 
 
-def nested_dict(depth):
-    top = current = {}
-    for _ in range(depth):
-        current["a"] = {}
-        current = current["a"]
-    return top
-
-
-def nested_list(depth):
-    top = current = []
-    for _ in range(depth):
-        current.append([])
-        current = current[0]
-    return top
-
-
-def nested_mixed(depth):
-    top = current = {}
-    for level in range(depth):
-        inner = {} if level % 2 else []
+def nested(depth, *kinds):
+    """`depth` levels below the top, the kinds of container taking turns."""
+    top = current = kinds[0]()
+    for level in range(1, depth + 1):
+        inner = kinds[level % len(kinds)]()
         if isinstance(current, dict):
             current["a"] = inner
         else:
@@ -272,31 +128,34 @@ def nested_mixed(depth):
     return top
 
 
+def nested_dict(depth):
+    return nested(depth, dict)
+
+
 def abyss():
-    """Structures nested so deep that a walk which recurses in native code
-    without counting levels runs out of stack."""
-    return [nested_dict(100000), nested_list(100000), nested_mixed(100000)]
-
-
-class UserClass:
-    pass
+    """Nested so deep that a walk which recurses in native code without
+    counting levels runs out of stack."""
+    return [nested(100000, *kinds) for kinds in ((dict,), (list,), (dict, list))]
 
 
 def odd_values(depth=3000):
     """Values no caller should pass, each at most once; nested structures go
     `depth` levels deep, past the recursion limit."""
+    looped_list = []
+    looped_list.append(looped_list)
     scalars = [None, True, 0, -1, 2**64, -2**63, 10**400, 1.5, float("nan"), float("inf"), "", "x y", "\ud800",
-               "Größe A\\B", b"\x01\xab", bytearray(b"\xff"), object(), int, UserClass, Hostile("given")]
+               "Größe A\\B", b"\x01\xab", bytearray(b"\xff"), object(), int, type("UserClass", (), {}),
+               Hostile("given")]
     containers = [[], [1, 2.5], (1,), ("f", 1, 2, "t"), {}, {"a": {"b": 1}}, {"Vendor ID": 1, "IsduSupport": 1},
-                  {1}, looped_dict(), looped_list(), looped_mixed(), nested_dict(depth), nested_list(depth)]
+                  {1}, looped_dict(), looped_list, looped_mixed(), nested_dict(depth), nested(depth, list)]
     hostile = [failing(name) for name in PROTOCOL]
-    hostile += [everything_fails(), Liar(), Unsure(), FailingDict({"a": 1}), FailingList([1]), FailingStr("abc"),
-                LyingDict({"a": 1, "Vendor ID": 1}), LyingList([1]), LyingStr("abc"), shifting_dict(),
-                growing_dict(), [Liar(), Unsure()], {"a": failing("__eq__"), "b": LyingStr("x")}]
+    hostile += [EverythingFails(), Liar(), Unsure(), FailingDict({"a": 1}), FailingList([1]), FailingStr("abc"),
+                LyingDict({"a": 1, "Vendor ID": 1}), LyingList([1]), LyingStr("abc"),
+                home_of(lambda home: home.update({"a": 1, Shifty(home): 2, ("x", 7): Shifty(home)})),
+                home_of(lambda home: home.update({Growing(home): 1})),
+                [Liar(), Unsure()], {"a": failing("__eq__"), "b": LyingStr("x")}]
     return scalars + containers + hostile
 
-
-# --- what a call may raise -------------------------------------------------
 
 # The interpreter's own errors for a container that changed while it was
 # walked: no other RuntimeError may come out of the module.

@@ -1,71 +1,72 @@
-"""A loopback HTTP server that fails on purpose, one way per path, and an
-address where nothing listens."""
-import contextlib
+"""The loopback HTTP server of the tests, which answers well or fails on purpose
+by path, and a stand-in for the pool `_http`."""
+import http.server
 import socket
 import threading
 
-OK = b"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"
-# Promises 100 bytes, sends 3, and hangs up.
-CUT = b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nabc"
-GARBAGE = b"NONSENSE\r\n\r\n"
-LOOP = b"HTTP/1.1 302 Found\r\nLocation: /loop\r\nContent-Length: 0\r\n\r\n"
+import pytest
 
 
-class FaultyServer:
-    """/ok answers and keeps the connection; /stall says nothing until the
-    server stops; /cut ends in the middle of the body; /garbage sends no
-    status line; /loop redirects to itself."""
-
-    def __init__(self):
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.url = "http://127.0.0.1:%d" % self.listener.getsockname()[1]
-        self.stopping = threading.Event()
-        threading.Thread(target=self.serve, daemon=True).start()
-
-    def serve(self):
-        while True:
-            try:
-                connection, _ = self.listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self.answer, args=(connection,), daemon=True).start()
-
-    def answer(self, connection):
-        with connection, contextlib.suppress(OSError):
-            while path := self.next_path(connection):
-                if path == "/stall":
-                    self.stopping.wait(30)
-                    return
-                reply = {"/ok": OK, "/cut": CUT, "/garbage": GARBAGE, "/loop": LOOP}[path]
-                connection.sendall(reply)
-                if reply in (CUT, GARBAGE):
-                    return
-
-    @staticmethod
-    def next_path(connection):
-        request = b""
-        while b"\r\n\r\n" not in request:
-            chunk = connection.recv(65536)
-            if not chunk:
-                return None
-            request += chunk
-        head, _, body = request.partition(b"\r\n\r\n")
-        length = next((int(line.split(b":")[1]) for line in head.split(b"\r\n")
-                       if line.lower().startswith(b"content-length:")), 0)
-        while len(body) < length:
-            body += connection.recv(65536)
-        return head.split(b" ")[1].decode()
-
-    def close(self):
-        self.stopping.set()
-        with contextlib.suppress(OSError):
-            self.listener.shutdown(socket.SHUT_RDWR)  # wakes the accepting thread
-        self.listener.close()
+def reply(status, body=b"", location=None):
+    moved = b"Location: %s\r\n" % location if location else b""
+    return b"HTTP/1.1 %s\r\nContent-Length: %d\r\n%s\r\n%s" % (status, len(body), moved, body)
 
 
-@contextlib.contextmanager
-def refused_url():
-    """A URL whose port is bound but not listening: connecting is refused."""
+# /hop/N redirects N times before it arrives; /stall says nothing until the
+# server stops; /cut hangs up 97 bytes short, /garbage after a nonsense answer.
+HANG_UPS = {"/cut": b"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nabc", "/garbage": b"NONSENSE\r\n\r\n"}
+ANSWERS = {"/ok": reply(b"200 OK", b"hello"), "/missing": reply(b"404 Not Found", b"no"), **HANG_UPS,
+           "/empty": reply(b"204 No Content"), "/loop": reply(b"302 Found", location=b"/loop"),
+           "/hop/0": reply(b"200 OK", b"arrived"),
+           **{"/hop/%d" % hops: reply(b"302 Found", location=b"/hop/%d" % (hops - 1)) for hops in range(1, 5)}}
+
+
+class Handler(http.server.BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+
+    def do_GET(self):
+        self.rfile.read(int(self.headers.get("Content-Length", 0)))
+        if self.path == "/stall":
+            self.server.stopping.wait(30)
+        else:
+            self.wfile.write(ANSWERS[self.path])
+        self.close_connection = self.path == "/stall" or self.path in HANG_UPS
+
+    do_POST = do_GET
+
+    def log_message(self, *args):
+        pass
+
+
+@pytest.fixture(scope="module")
+def server():
+    """The running server, at `url`; at `refused`, an address whose port is bound but not listening."""
+    running = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+    running.daemon_threads = True
+    running.handle_error = lambda *args: None  # a client that timed out has gone before its answer
+    running.url, running.stopping = "http://127.0.0.1:%d" % running.server_address[1], threading.Event()
+    threading.Thread(target=running.serve_forever, daemon=True).start()
     with socket.socket() as bound:
         bound.bind(("127.0.0.1", 0))
-        yield "http://127.0.0.1:%d/" % bound.getsockname()[1]
+        running.refused = "http://127.0.0.1:%d/" % bound.getsockname()[1]
+        yield running
+    running.stopping.set()
+    running.shutdown()
+    running.server_close()
+
+
+class Recorder:
+    """Stands in for `_http`: records each request, hands it on to `pool` (or
+    answers 200 itself), and keeps what the pool raised."""
+    status, reason = 200, "OK"
+
+    def __init__(self, pool=None):
+        self.pool, self.calls, self.raised = pool, [], None
+
+    def request(self, *args, **kwargs):
+        self.calls.append((args, kwargs))
+        try:
+            return self.pool.request(*args, **kwargs) if self.pool else self
+        except Exception as error:
+            self.raised = error
+            raise

@@ -1,6 +1,5 @@
-"""Stand-ins for the package's objects that the module is handed (drivers,
-masters, ports, devices, the owner of the registry), and one real instance of
-each class of the module built from them with normal arguments."""
+"""Stand-ins for the package's objects that the module is handed (drivers, masters, ports, devices, the owner
+of the registry), and one real instance of each class of the module built from them with normal arguments."""
 import datetime
 
 import vantrel.base.Tessarine as T
@@ -9,103 +8,50 @@ import vantrel.base.Tessarine as T
 class Driver:
     """A base driver: its class is the driver type, its name the class's."""
     _active = True
-
-    @classmethod
-    def driverName(cls):
-        return "Drv"
-
-    def close(self):
-        pass
+    driverName = classmethod(lambda cls: "Drv")
+    close = lambda self: None
 
 
 class Master:
-    """A master driver that is connected, and also what the statistics take as
-    a port's driver (it has `master`, `port` and `baseDrv`)."""
+    """A master driver that is connected, and also what the statistics take as a port's driver (it has
+    `master`, `port` and `baseDrv`)."""
+    getBaseDriverType = lambda self: Driver
+    driverName = lambda self: "Drv"
+    connected = lambda self: True
+    disconnect = lambda self, *args, **kwargs: None
+    getMasterInfo = lambda self: self._masterInfo
+    isWrongDevice = lambda self, iodd: False
 
     def __init__(self, address="10.0.0.1", port=1):
-        self.address, self.port = address, port
+        self.address, self.port, self.baseDrv, self.master = address, port, Driver(), self
         self._masterInfo = {"Product Name": "M", "Serial Number": "42"}
-        self.baseDrv = Driver()
-        self.master = self
-
-    def getBaseDriverType(self):
-        return Driver
-
-    def driverName(self):
-        return "Drv"
-
-    def connected(self):
-        return True
-
-    def disconnect(self, *args, **kwargs):
-        pass
-
-    def getMasterInfo(self):
-        return self._masterInfo
-
-    def isWrongDevice(self, iodd):
-        return False
 
 
 class Port:
+    connected, disconnect = (lambda self: False), (lambda self: None)
+
     def __init__(self, device=None):
         self._connectediodd = device
-
-    def connected(self):
-        return False
-
-    def disconnect(self):
-        pass
 
 
 class Device:
     """A connected device as the registry, DeviceStatus and renaming see it."""
     connected = True
+    _checkLostDev = _hasConnectionError = _checkInspectionLevelWrongDev = getStatusPdInvalid = lambda self: False
+    _hasIolink = lambda self, diag=False: 1
 
     def __init__(self, address="10.0.0.1", port=1):
-        self._port = (address, port)
-        self._device = self
-        self._address = address
-        self._master = Master(address)
-        self._dev = self
-
-    def _checkLostDev(self):
-        return False
-
-    _hasConnectionError = _checkInspectionLevelWrongDev = getStatusPdInvalid = _checkLostDev
-
-    def _hasIolink(self, diag=False):
-        return 1
+        self._port, self._address, self._master = (address, port), address, Master(address)
+        self._device = self._dev = self
 
 
 class Orvane:
     """The communication object behind the variable, command and lock accessors."""
-
-    def getVariableNames(self, sort=True, matlabNaming=True):
-        return ["Process_Data"]
-
-    def read(self, *args):
-        return 1
-
-    def write(self, *args):
-        return 0
-
-    def getError(self, code):
-        return "no error"
-
-    def getValueNames(self, index, sort=True):
-        return ["Device reset"]
-
-    def getValue(self, index, key):
-        return 128 if isinstance(key, str) else "Device reset"
-
-    def sysCmd(self, name):
-        return None
-
-
-class IoddMaster:
-    def __init__(self, master):
-        self._master, self.address = master, master.address
+    getVariableNames = lambda self, sort=True, matlabNaming=True: ["Process_Data"]
+    read, write, sysCmd = (lambda self, *args: 1), (lambda self, *args: 0), (lambda self, name: None)
+    getError = lambda self, code: "no error"
+    getValueNames = lambda self, index, sort=True: ["Device reset"]
+    getValue = lambda self, index, key: 128 if isinstance(key, str) else "Device reset"
 
 
 class Owner:
@@ -119,16 +65,11 @@ def callback(*args, **kwargs):
     pass
 
 
-PAGE1 = {"Vendor ID": 1, "Device ID": 2, "IO-Link Version ID": 0x11, "Frame Capability": {"IsduSupport": True}}
-EVENT = ("Ev", 0x8C42, "WARNING", "APPEARED", "DEVICE", 1, "14:07:33.000")
-
-
 def registry():
-    manager = T.CommonDriverManager()
-    master = Master()
+    manager, master = T.CommonDriverManager(), Master()
     manager.addBaseDriver(Driver())
     manager.addMasterDriver(master.address, master)
-    manager.addIoddMaster(IoddMaster(master))
+    manager.addIoddMaster(type("IoddMaster", (), {"_master": master, "address": master.address})())
     manager.addActiveMasterDriver(master.address, master)
     manager.addPort(master.address, 1, Port(Device()))
     manager.addConnectedDev((master.address, 1), Device())
@@ -144,8 +85,7 @@ def filled(stat):
 
 def statistics():
     tree = T.Statistics([Driver])
-    view = tree.getDevStatistics(Master())
-    filled(view.receiveRepeats)
+    filled(tree.getDevStatistics(Master()).receiveRepeats)
     tree.getMasterStatistics(Master(), "10.0.0.1").discoveryAllDuration.add(0.5)
     return tree
 
@@ -163,32 +103,24 @@ def repeat_timer():
     return timer
 
 
-# Class name -> (constructor arguments, or a factory for views that a parent
-# object hands out).  Every class of the module with state of its own.
+PAGE1 = {"Vendor ID": 1, "Device ID": 2, "IO-Link Version ID": 0x11, "Frame Capability": {"IsduSupport": True}}
+EVENT = ("Ev", 0x8C42, "WARNING", "APPEARED", "DEVICE", 1, "14:07:33.000")
+
+
+# Class name -> (constructor arguments, or a factory for views that a parent object hands out).  Every class
+# of the module with state of its own.
 def constructions():
     tree = statistics()
     return {
-        "Logger": (11, "p"),
-        "ErrorHandler": ("lastError", T.Logger(11)),
-        "Stat": (1000, "%.3f ms", 5),
-        "StatMs": (4,),
-        "StatSec": (0,),
-        "StatMerge": ([filled(T.Stat()), {1: filled(T.StatMs())}],),
-        "BaseStatistics": (),
-        "Statistics": ([Driver],),
-        "MasterStatistics": (tree, Master(), "10.0.0.1"),
-        "DevStatistics": (tree, Master(), 1, "10.0.0.1"),
-        "ConnStatistics": (),
-        "CommonDriverManager": (),
+        "Logger": (11, "p"), "ErrorHandler": ("lastError", T.Logger(11)), "Stat": (1000, "%.3f ms", 5),
+        "StatMs": (4,), "StatSec": (0,), "StatMerge": ([filled(T.Stat()), {1: filled(T.StatMs())}],),
+        "BaseStatistics": (), "Statistics": ([Driver],), "MasterStatistics": (tree, Master(), "10.0.0.1"),
+        "DevStatistics": (tree, Master(), 1, "10.0.0.1"), "ConnStatistics": (), "CommonDriverManager": (),
         "DriverOptions": ([Driver], {"drv": {"noZeroInit": True}}),
         "IoddDev": (Master(), "10.0.0.1", 1, "M", "P", {"Serial": "1"}, PAGE1, "matlab"),
-        "DeviceStatus": (Device(),),
-        "IoddEvent": ("10.0.0.1", 1, EVENT, "d"),
-        "_IoddVarAccess": (Orvane(),),
-        "_IoddSysAccess": (Orvane(),),
-        "AccessLocks": (Orvane(),),
-        "DeviceContent": ({"Product Name": "M"}, 1, {"a": 1}, Orvane(), "matlab"),
-        "MasterCommands": (Master(),),
+        "DeviceStatus": (Device(),), "IoddEvent": ("10.0.0.1", 1, EVENT, "d"), "_IoddVarAccess": (Orvane(),),
+        "_IoddSysAccess": (Orvane(),), "AccessLocks": (Orvane(),),
+        "DeviceContent": ({"Product Name": "M"}, 1, {"a": 1}, Orvane(), "matlab"), "MasterCommands": (Master(),),
         "ProcessDataStreamTable": (["Time", "a (int)", "b (hex)"],),
         "RepeatTimer": ("t", 0.01, callback, T.Logger(10), 1),
     }
@@ -196,23 +128,33 @@ def constructions():
 
 # Instances in a state that the normal construction does not reach.
 PREPARED = {
-    "Statistics": statistics,
-    "MasterStatistics": lambda: statistics().getMasterStatistics(Master(), "10.0.0.1"),
-    "DevStatistics": lambda: statistics().getDevStatistics(Master()),
-    "Stat": lambda: filled(T.Stat()),
-    "CommonDriverManager": registry,
-    "ProcessDataStreamTable": stream_table,
-    "RepeatTimer": repeat_timer,
+    "Statistics": statistics, "MasterStatistics": lambda: statistics().getMasterStatistics(Master(), "10.0.0.1"),
+    "DevStatistics": lambda: statistics().getDevStatistics(Master()), "Stat": lambda: filled(T.Stat()),
+    "CommonDriverManager": registry, "ProcessDataStreamTable": stream_table, "RepeatTimer": repeat_timer,
 }
 
 
 def make(name):
     """A real instance of the class `name`, built with normal arguments."""
-    if name in PREPARED:
-        return PREPARED[name]()
-    return getattr(T, name)(*constructions()[name])
+    return PREPARED[name]() if name in PREPARED else getattr(T, name)(*constructions()[name])
 
 
 def normal_instances():
     """name -> a real instance of each class with state of its own."""
     return {name: make(name) for name in constructions()}
+
+
+class Recorder:
+    """A communication object: records each call with its arguments, answers with a value, an error or a function."""
+
+    def __init__(self, **answers):
+        self.calls, self.answers = [], answers
+
+    def __getattr__(self, operation):
+        def answer(*args, **kwargs):
+            self.calls.append((operation, *args, *kwargs.items()))
+            reply = self.answers[operation]
+            if isinstance(reply, Exception):
+                raise reply
+            return reply(*args) if callable(reply) else reply
+        return answer

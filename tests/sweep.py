@@ -17,6 +17,7 @@ import vantrel.base.Tessarine as T
 
 import hostile
 import standins
+from conftest import SCALE
 
 # Everything a call may raise without being a fault: the host's own errors,
 # those of the standard library the module calls (open among them), the
@@ -25,43 +26,28 @@ import standins
 ORDINARY = (TypeError, ValueError, AttributeError, LookupError, ArithmeticError, RecursionError, NameError,
             NotImplementedError, MemoryError, OSError, re.error, hostile.Hostile, T.OrvaneException)
 
-# Read by the sanitizer run, where every call costs several times more.
-SCALE = float(os.environ.get("TESSARINE_TEST_SCALE", "1"))
-
 # RepeatTimer.run only ends once its timer is cancelled: it is swept a round
 # at a time, by sweep_timer_rounds.
 LEFT_OUT = {"run"}
 
 
 def left_out(where, args):
-    """Calls that must not be made, as they must not be in Python: the seconds'
-    decimals make a scale of 10 ** (6 - decimals), which for a huge negative
-    count is a number of quintillions of digits; and filesha256 of a small
-    number opens (and at the end closes) that descriptor of the process."""
+    """Calls that must not be made, in Python neither: a huge negative count of
+    the seconds' decimals makes a scale of 10 ** (6 - decimals), quintillions of
+    digits; filesha256 of a small number opens, and closes, that descriptor."""
     if where.endswith("setSecondsDecimals"):
         return any(type(arg) is int and arg < -1000 for arg in args)
-    if where == "filesha256":
-        return bool(args) and type(args[0]) in (int, bool) and 0 <= args[0] < 1024
-    return False
-
-
-class Response:
-    def __init__(self, status, reason):
-        self.status, self.reason = status, reason
+    return where == "filesha256" and bool(args) and type(args[0]) in (int, bool) and 0 <= args[0] < 1024
 
 
 class Pool:
-    """Stands in for _http: every request answers with the next odd status."""
+    """Stands in for _http: every request answers with the next odd status and reason."""
 
     def __init__(self, odd):
         self.answers = itertools.cycle(odd)
 
     def request(self, method, url, **kwargs):
-        return Response(next(self.answers), next(self.answers))
-
-
-def safe_name(value):
-    return type(value).__name__
+        return types.SimpleNamespace(status=next(self.answers), reason=next(self.answers))
 
 
 def members(cls):
@@ -71,9 +57,7 @@ def members(cls):
         if name in LEFT_OUT:
             continue
         if isinstance(member, property):
-            for accessor in (member.fget, member.fset):
-                if accessor:
-                    yield name, accessor, True
+            yield from ((name, accessor, True) for accessor in (member.fget, member.fset) if accessor)
         elif isinstance(member, staticmethod):
             yield name, member.__func__, False
         elif callable(member) and not isinstance(member, type):
@@ -83,38 +67,30 @@ def members(cls):
 def module_callables():
     for name in dir(T):
         value = getattr(T, name)
-        if name in LEFT_OUT or name.startswith("__") or isinstance(value, types.ModuleType):
+        if name.startswith("__") or not callable(value):
             continue
         if isinstance(value, type) and value.__module__ == T.__name__:
             yield name, value
-            for member, function, _ in members(value):
-                yield f"{name}.{member}", function
-        elif callable(value) and not isinstance(value, type):
+            yield from ((f"{name}.{member}", function) for member, function, _ in members(value))
+        elif not isinstance(value, type):
             yield name, value
 
 
-def own_classes(instance):
-    return [cls for cls in type(instance).__mro__ if cls.__module__ == T.__name__]
-
-
-class Discard:
-    """Standard output of the calls: logging lines and printed reports."""
-
-    def write(self, text):
-        return len(text)
-
-    def flush(self):
-        pass
+def operations(instance):
+    """(qualified name, operation bound to the instance) for every operation
+    the instance's classes of the module define."""
+    for cls in type(instance).__mro__:
+        if cls.__module__ == T.__name__:
+            for name, function, binds in members(cls):
+                yield f"{type(instance).__name__}.{name}", function.__get__(instance) if binds else function
 
 
 class Judge:
     """Makes the calls and keeps the record: counts, exception types, faults."""
+    where, calls = None, 0
 
     def __init__(self):
-        self.where = None
-        self.calls = 0
-        self.raised = collections.Counter()
-        self.faults = []
+        self.raised, self.faults = collections.Counter(), []
 
     def call(self, where, function, args):
         if left_out(where, args):
@@ -130,13 +106,10 @@ class Judge:
             self.raised[type(error).__name__] += 1
             wrong = hostile.verdict(error, ORDINARY)
             if wrong:
-                self.faults.append(f"{where}({', '.join(map(safe_name, args))}): {wrong}")
+                self.faults.append(f"{where}({', '.join(type(arg).__name__ for arg in args)}): {wrong}")
 
     def unraisable(self, report):
         self.faults.append(f"unraisable in {report.object!r:.100}: {report.exc_type.__name__}: {report.exc_value}")
-
-    def summary(self):
-        return {"calls": self.calls, "raised": dict(self.raised), "faults": self.faults[:50]}
 
 
 REFUSED_COUNT = re.compile(r"\w+\(\) takes (exactly|at least|at most) \d+ positional arguments? \(\d+ given\)")
@@ -169,30 +142,20 @@ ODD_KEYWORDS = [{"\ud800": 1}, {"self": hostile.Liar()}, {hostile.LyingStr("self
 
 
 def sweep_functions(judge, odd):
-    T._http = Pool(odd)
     abyss = hostile.abyss()
     for where, function in module_callables():
         counts = list(accepted_counts(function, range(4)))
         for args in argument_lists(odd, counts, {2: 4000, 3: 1500}):
             judge.call(where, function, args)
         # Each in every place, the others plain: one walk to the bottom costs.
-        for count, deep in itertools.product(counts, abyss):
-            for place in range(count):
+        for count, deep, place in itertools.product(counts, abyss, range(3)):
+            if place < count:
                 judge.call(where, function, (None,) * place + (deep,) + (None,) * (count - place - 1))
         for count, keywords in itertools.product(counts, ODD_KEYWORDS):
             judge.call(where, functools.partial(function, **keywords), ("x",) * count)
 
 
-def operations(instance):
-    """(qualified name, operation bound to the instance) for every operation
-    the instance's classes of the module define."""
-    label = type(instance).__name__
-    for cls in own_classes(instance):
-        for name, function, binds in members(cls):
-            yield f"{label}.{name}", function.__get__(instance) if binds else function
-
-
-def sweep_instance(judge, instance, odd, counts, budget):
+def sweep_calls(judge, instance, odd, counts, budget):
     for where, operation in operations(instance):
         for args in argument_lists(odd, accepted_counts(operation, counts), budget):
             judge.call(where, operation, args)
@@ -201,14 +164,9 @@ def sweep_instance(judge, instance, odd, counts, budget):
 def odd_builds(odd):
     """Instances made with one normal constructor argument replaced by an odd one."""
     for name, normal in standins.constructions().items():
-        cls = getattr(T, name)
         for position, value in itertools.product(range(len(normal)), odd):
-            args = list(normal)
-            args[position] = value
-            try:
-                yield cls(*args)
-            except Exception:
-                pass
+            with contextlib.suppress(Exception):
+                yield getattr(T, name)(*normal[:position], value, *normal[position + 1:])
 
 
 # Arguments that most operations take: an address, a port, a driver.
@@ -223,10 +181,9 @@ def sweep_odd_states(judge, odd):
                        for count in accepted_counts(operation, range(4))]
         state = vars(instance)
         for attribute, kept in list(state.items()):
-            for value in itertools.islice(odd, 0, None, max(1, round(1 / SCALE))):
-                state[attribute] = value
-                for where, operation, args in plain_calls:
-                    judge.call(where, operation, args)
+            for state[attribute] in itertools.islice(odd, 0, None, max(1, round(1 / SCALE))):
+                for call in plain_calls:
+                    judge.call(*call)
             state[attribute] = kept
 
 
@@ -254,13 +211,59 @@ def sweep_timer_rounds(judge, odd):
 
 
 def sweep_instances(judge, odd):
-    T.CommonDriverManager.iodd = standins.Owner(T.Logger(11))
     for instance in standins.normal_instances().values():
-        sweep_instance(judge, instance, odd, range(3), {2: 4000})
+        sweep_calls(judge, instance, odd, range(3), {2: 4000})
     for instance in odd_builds(odd):
-        sweep_instance(judge, instance, odd, range(2), {1: 8})
+        sweep_calls(judge, instance, odd, range(2), {1: 8})
     sweep_odd_states(judge, odd)
     sweep_timer_rounds(judge, odd)
+
+
+def sweep_generated(judge, odd):
+    """Hypothesis nests odd values in dicts, lists and tuples, ties some into
+    loops, and hands them to functions and to real instances, whose attributes
+    it also sets.  The examples are derived: every run makes the same calls."""
+    from hypothesis import HealthCheck, given, settings, strategies as st
+
+    def odd_value(index):  # by position: some odd values refuse to be described
+        return odd[index]
+
+    keys = st.one_of(st.text(max_size=8), st.integers(), st.tuples(st.integers(), st.integers()),
+                     st.sampled_from(["Vendor ID", "Frame Capability", "IsduSupport", "Product Name", "\ud800"]))
+    structures = st.recursive(st.one_of(st.integers(0, len(odd) - 1).map(odd_value), st.none(), st.booleans(),
+                                        st.integers(), st.floats(), st.text(), st.binary()),
+                              lambda inner: st.one_of(st.lists(inner, max_size=4), st.tuples(inner, inner),
+                                                      st.dictionaries(keys, inner, max_size=4)), max_leaves=12)
+    value = st.one_of(structures, structures.map(tied))
+    values = st.lists(value, max_size=4)
+
+    @settings(derandomize=True, database=None, deadline=None, max_examples=max(1, round(800 * SCALE)),
+              suppress_health_check=list(HealthCheck))
+    @given(st.lists(st.sampled_from(list(module_callables())), min_size=1, max_size=8),
+           st.sampled_from(sorted(standins.constructions())), st.data())
+    def calls(functions, name, data):
+        for where, function in functions:
+            judge.call(where, function, data.draw(values))
+        instance = standins.make(name)
+        operations_of, attributes = list(operations(instance)), sorted(vars(instance))
+        for _ in range(data.draw(st.integers(1, 6), label="steps")):
+            if attributes and data.draw(st.booleans(), label="set an attribute"):
+                vars(instance)[data.draw(st.sampled_from(attributes))] = data.draw(value)
+            judge.call(*data.draw(st.sampled_from(operations_of)), data.draw(values)[:3])
+
+    calls()
+
+
+def tied(value):
+    """The structure, made to hold itself."""
+    if type(value) is dict:
+        value["self"] = value
+    elif type(value) is list:
+        value.append(value)
+    else:
+        value = [value]
+        value.append((value,))
+    return value
 
 
 def main(which, patience=600):
@@ -269,11 +272,14 @@ def main(which, patience=600):
     faulthandler.enable()
     faulthandler.dump_traceback_later(patience, exit=True)
     # Walks of structures nested past the limit fail at the limit: a low one
-    # makes each such failure cheap.
-    sys.setrecursionlimit(300)
-    odd = hostile.odd_values(depth=1000)
+    # makes each such failure cheap.  Hypothesis needs the usual one.
+    if which != "generated":
+        sys.setrecursionlimit(300)
+    odd = hostile.odd_values(depth=sys.getrecursionlimit() + 700)
+    T._http = Pool(odd)
+    T.CommonDriverManager.iodd = standins.Owner(T.Logger(11))
     judge = Judge()
     sys.unraisablehook = judge.unraisable
-    with contextlib.redirect_stdout(Discard()):
-        {"functions": sweep_functions, "instances": sweep_instances}[which](judge, odd)
-    print(json.dumps(judge.summary()))
+    with open(os.devnull, "w") as sink, contextlib.redirect_stdout(sink):
+        globals()["sweep_" + which](judge, odd)
+    print(json.dumps({"calls": judge.calls, "raised": judge.raised, "faults": judge.faults[:50]}))

@@ -2,189 +2,82 @@ import datetime
 import json
 import types
 
-import pytest
-
 import vantrel.base.Tessarine as T
 
-
-class Device:
-    """Stands in for the communication object of a device; records every call."""
-    def __init__(self, write_result=0, locks=None):
-        self.calls = []
-        self.write_result = write_result
-        self.locks = locks
-
-    def _record(self, *call):
-        self.calls.append(call)
-
-    def read(self, *args):
-        self._record("read", *args)
-        if args == (12,) and isinstance(self.locks, Exception):
-            raise self.locks
-        return self.locks if args == (12,) else ("value", *args)
-
-    def write(self, *args):
-        self._record("write", *args)
-        return self.write_result
-
-    def getError(self, code):
-        self._record("getError", code)
-        return "Access denied"
-
-    def getVariableNames(self, sort, matlabNaming):
-        self._record("getVariableNames", sort, matlabNaming)
-        return ["Var_2", "Var_1"]
-
-    def getValueNames(self, index, sort):
-        return [f"{index}", "Reset ä"] if sort else []
-
-    def getValue(self, index, key):
-        self._record("getValue", index, key)
-        return 128 if key == "restore" else "Restore factory settings"
-
-    def sysCmd(self, name):
-        self._record("sysCmd", name)
-        return len(self.calls)
+from standins import Recorder
+from conftest import outcome
 
 
-def test_variable_access():
-    dev = Device()
+def device(**answers):
+    commands = {"restore": 128, 128: "Restore factory settings"}
+    return Recorder(**{"read": "value", "write": 0, "getVariableNames": ["B", "A"], "getValueNames": ["2", "Reset ä"],
+                       "getValue": lambda index, key: commands[key], "sysCmd": "done", **answers})
+
+
+def test_variables_and_their_reference():
+    dev = device(write=lambda name, value: 0x11 if name == "x" else 0, getError="Access denied")
     variables = T._IoddVarAccess(dev)
-    assert variables.Temperature == ("value", "Temperature")
-    assert variables._private == ("value", "_private")
-    assert dir(variables) == ["Var_1", "Var_2"]
-    assert dev.calls[-1] == ("getVariableNames", True, True)
-    variables.Setpoint = 5
-    assert dev.calls[-1] == ("write", "Setpoint", 5)
     variables._ioc = 6  # a device variable of that name; the reference stays
-    assert variables._ioc is dev and dev.calls[-1] == ("write", "_ioc", 6)
+    failed = outcome(lambda: setattr(variables, "x", 1))
+    assert (variables.Temp, dir(variables), variables._ioc, failed) \
+        == ("value", ["A", "B"], dev, (T.OrvaneException, "Error 0x  11: Access denied"))
+    assert dev.calls == [("write", "_ioc", 6), ("write", "x", 1), ("getError", 0x11), ("read", "Temp"),
+                         ("getVariableNames", ("sort", True), ("matlabNaming", True))]
+    object.__delattr__(variables, "_ioc")  # then __getattr__ reads _ioc again, as it would in Python
+    assert outcome(lambda: variables.anything)[0] is outcome(lambda: setattr(variables, "x", 1))[0] is RecursionError
 
 
-def test_failed_variable_write():
-    dev = Device(write_result=0x11)
-    with pytest.raises(T.OrvaneException) as raised:
-        T._IoddVarAccess(dev).x = 1
-    assert raised.value.message == "Error 0x  11: Access denied"
-    assert dev.calls == [("write", "x", 1), ("getError", 0x11)]
-
-
-def test_accessor_without_reference():
-    # Reading _ioc falls back to __getattr__, which reads _ioc again: the
-    # recursion ends at the recursion limit, as it does in Python.
-    variables = T._IoddVarAccess(Device())
-    object.__delattr__(variables, "_ioc")
-    with pytest.raises(RecursionError):
-        variables.anything
-    with pytest.raises(RecursionError):
-        variables.anything = 1
-
-
-def test_system_commands():
-    dev = Device()
+def test_system_commands_run_on_the_reference_at_the_call():
+    dev, other = device(), device()
     commands = T._IoddSysAccess(dev)
     restore = commands.restore
-    assert restore.__doc__ == "System command 128 (0x80) : Restore factory settings"
-    assert dev.calls == [("getValue", 2, "restore"), ("getValue", 2, 128)]
-    assert (restore(), restore()) == (3, 4)
-    assert dev.calls[2:] == [("sysCmd", "restore")] * 2
-    assert dir(commands) == ["Reset_ae", "subIdx_2"]
-
-
-def test_system_command_takes_no_arguments():
-    restore = T._IoddSysAccess(Device()).restore
-    with pytest.raises(TypeError) as refused:
-        restore(1)
-    assert str(refused.value) == "ret() takes exactly 0 positional arguments (1 given)"
-    assert restore.__qualname__ == "_IoddSysAccess.__getattr__.<locals>.ret"
-
-
-def test_system_command_runs_on_the_current_reference():
-    commands = T._IoddSysAccess(Device())
-    restore = commands.restore
-    other = Device()
     object.__setattr__(commands, "_ioc", other)
-    restore()
-    assert other.calls == [("sysCmd", "restore")]
+    refused = outcome(lambda: setattr(commands, "_ioc", 1))
+    assert (restore.__doc__, restore.__qualname__, dir(commands), restore(), refused) == (
+        "System command 128 (0x80) : Restore factory settings", "_IoddSysAccess.__getattr__.<locals>.ret",
+        ["Reset_ae", "subIdx_2"], "done", (T.OrvaneException, "Set attribute for system command accessor not allowed"))
+    assert (dev.calls, other.calls) == ([("getValue", 2, "restore"), ("getValue", 2, 128)],
+                                        [("getValueNames", 2, ("sort", True)), ("sysCmd", "restore")])
 
 
-@pytest.mark.parametrize("name", ["_ioc", "restore"])
-def test_system_command_attributes_are_read_only(name):
-    with pytest.raises(T.OrvaneException, match="Set attribute for system command accessor not allowed"):
-        setattr(T._IoddSysAccess(Device()), name, 1)
-
-
-@pytest.mark.parametrize("attribute, subindex", [("localParameterizationLock", 3), ("localUserInterfaceLock", 4)])
-def test_lock_attributes(attribute, subindex):
-    dev = Device(write_result=0x80)
+# What write answers is ignored; a device without the locks still prints, other errors pass.
+def test_locks():
+    dev = device(write=0x80, read=lambda *address: {"a": True} if address == (12,) else "value")
     locks = T.AccessLocks(dev)
-    assert getattr(locks, attribute) == ("value", 12, subindex)
-    setattr(locks, attribute, True)  # what write answers is ignored
-    assert dev.calls == [("read", 12, subindex), ("write", 12, subindex, True)]
+    locks.localParameterizationLock, locks.localUserInterfaceLock = False, True
+    assert (locks.localParameterizationLock, locks.localUserInterfaceLock, repr(locks)) \
+        == ("value", "value", json.dumps({"AccessLocks": {"a": True}}, indent=4, ensure_ascii=False))
+    assert dev.calls == [("write", 12, 3, False), ("write", 12, 4, True), ("read", 12, 3), ("read", 12, 4),
+                         ("read", 12)]
+    assert json.loads(repr(T.AccessLocks(device(read=T.OrvaneException("no 12"))))) == {"AccessLocks": "no 12"}
+    assert outcome(lambda: repr(T.AccessLocks(device(read=KeyError("x"))))) == (KeyError, "'x'")
 
 
-@pytest.mark.parametrize("locks, text", [
-    ({"a": True}, '{\n    "AccessLocks": {\n        "a": true\n    }\n}'),
-    (T.OrvaneException("Index 12 not available"), '{\n    "AccessLocks": "Index 12 not available"\n}')])
-def test_locks_repr(locks, text):
-    assert repr(T.AccessLocks(Device(locks=locks))) == text
-
-
-def test_locks_repr_passes_other_errors():
-    with pytest.raises(KeyError):
-        repr(T.AccessLocks(Device(locks=KeyError("x"))))
-
-
-def test_empty_device_content():
-    content = T.DeviceContent()
-    assert (content.date, content.time, content.master, content.port, content.hasIodd()) == (None,) * 4 + (False,)
-
-
-def test_content_stamp(monkeypatch):
+# Stamped only with data; the master information converted afresh at each read, so it stays as given.
+def test_content(monkeypatch):
     moment = datetime.datetime(2024, 12, 31, 23, 59, 58)
     monkeypatch.setattr(T, "datetime", types.SimpleNamespace(datetime=types.SimpleNamespace(today=lambda: moment)))
-    content = T.DeviceContent({"a": 1}, 2, {}, object())
-    assert (content.date, content.time, content.port, content.hasIodd()) == ("2024-12-31", "23:59:58", 2, True)
+    info = {"Product Code": 1}
+    made = [T.DeviceContent(), T.DeviceContent(info, 2, {}, object()),
+            T.DeviceContent(info, recordFieldNaming="matlab")]
+    made[2].master.clear()
+    assert [(content.date, content.time, content.master, content.port, content.hasIodd()) for content in made] == [
+        (None, None, None, None, False), ("2024-12-31", "23:59:58", info, 2, True),
+        (None, None, {"Product_Code": 1}, None, False)]
+    assert made[1].master is info and info == {"Product Code": 1}
 
 
-def test_content_master_in_matlab_naming():
-    info = {"Product Code": {"Serial No": 1}}
-    content = T.DeviceContent(info, recordFieldNaming="matlab")
-    first, second = content.master, content.master
-    assert first == second == {"Product_Code": {"Serial_No": 1}} and first is not second
-    first.clear()
-    assert content._masterInfo is info and info == {"Product Code": {"Serial No": 1}}
-    assert T.DeviceContent(info).master is info
-
-
-def test_invalid_content_naming_keeps_first_attributes():
-    content = T.DeviceContent.__new__(T.DeviceContent)
-    with pytest.raises(T.OrvaneException, match="Invalid record field naming: none"):
-        content.__init__(1, 2, 3, 4, "none")
-    assert (content._masterInfo, content._ioc) == (1, 4) and not hasattr(content, "_date")
-
-
-class Commands(T.MasterCommands):
-    def setup(self):
-        pass
-
-    def _helper(self):
-        pass
-
-    def driverName(self):
-        return "Sim"
-
-    action = None
-
+class DriverCommands(T.MasterCommands):
     def __init__(self, master=None):
         self.early = 1  # set before the command list is made, so it counts
         super().__init__(master)
         self.late = 2
 
+    driverName = staticmethod(lambda: "Sim")
 
-def test_master_commands():
-    base = T.MasterCommands()
-    assert (base.getNames(), repr(base), base._master) == ((), "<master commands>", None)
-    commands = Commands(Commands())
-    assert commands.getNames() == ("action", "driverName", "early", "setup")
-    assert repr(commands) == "<Sim master commands>"
-    assert [commands.has(name) for name in ("setup", "has", "getNames", "_helper", [])] == [True] + [False] * 4
+
+def test_master_commands_are_the_public_names_at_construction():
+    base, commands = T.MasterCommands(), DriverCommands(DriverCommands())
+    assert (base.getNames(), repr(base), commands.getNames(), repr(commands)) \
+        == ((), "<master commands>", ("driverName", "early"), "<Sim master commands>")
+    assert [commands.has(name) for name in ("early", "late", "has", "getNames", "__init__", [])] == [True] + [False] * 5

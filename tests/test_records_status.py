@@ -1,97 +1,45 @@
 import json
-import types
 
 import pytest
 
 import vantrel.base.Tessarine as T
 
-
-class Iodd:
-    """Stands in for the communication object of a device; records every question."""
-    def __init__(self, connected=True, lost=(False, False, False), iolink=1, wrong=False, pd_invalid=False):
-        self._connected, self._lost, self._iolink = connected, lost, iolink
-        self._wrong, self._pd_invalid = wrong, pd_invalid
-        self.asked = []
-        self._master = types.SimpleNamespace(isWrongDevice=self._answer("isWrongDevice", lambda dev: self._wrong))
-        self._dev = types.SimpleNamespace(getStatusPdInvalid=self._answer("getStatusPdInvalid", self._pd))
-
-    def _answer(self, name, function):
-        def recorded(*args, **kwargs):
-            self.asked.append(name)
-            return function(*args, **kwargs)
-        return recorded
-
-    def _pd(self):
-        if isinstance(self._pd_invalid, Exception):
-            raise self._pd_invalid
-        return self._pd_invalid
-
-    @property
-    def connected(self):
-        self.asked.append("connected")
-        return self._connected
-
-    def __getattr__(self, name):
-        answers = {"_checkLostDev": lambda: self._lost[0], "_hasConnectionError": lambda: self._lost[1],
-                   "_checkInspectionLevelWrongDev": lambda: self._lost[2],
-                   "_hasIolink": lambda diag: self._iolink if diag is True else None}
-        return self._answer(name, answers[name])
-
+from conftest import outcome
+from standins import Recorder
 
 STATUS_NAMES = ["lost", "preoperate", "wrongDevice", "pdValid", "connectionError"]
+LOST_CHECKS = ["_checkLostDev", "_hasConnectionError", "_checkInspectionLevelWrongDev"]
 
 
-def test_status_not_connected():
-    iodd = Iodd(connected=0)
-    status = T.DeviceStatus(iodd)
-    assert [getattr(status, name) for name in STATUS_NAMES] == ["not connected"] * 5
-    assert status.connected == 0 and set(iodd.asked) == {"connected"}
-    assert repr(status) == """{
-    "DeviceStatus": {
-        "connected": 0,
-        "lost": "not connected",
-        "preoperate": "not connected",
-        "wrongDevice": "not connected",
-        "pdValid": "not connected",
-        "connectionError": "not connected"
-    }
-}"""
-    assert set(iodd.asked) == {"connected"}
+def iodd(connected=True, lost=(False, False, False), iolink=1, wrong=False, pd_invalid=False):
+    """A device's communication object that is its own master and device."""
+    made = Recorder(**dict(zip(LOST_CHECKS, lost)), _hasIolink=iolink, isWrongDevice=wrong,
+                    getStatusPdInvalid=pd_invalid)
+    made.connected, made._master, made._dev = connected, made, made
+    return made
 
 
-@pytest.mark.parametrize("lost, answer, asked", [
-    ((1, 2, 3), 1, ["_checkLostDev"]),
-    ((0, "", 0), 0, ["_checkLostDev", "_hasConnectionError", "_checkInspectionLevelWrongDev"]),
-    ((0, "e", 0), "e", ["_checkLostDev", "_hasConnectionError"])])
-def test_lost_stops_at_first_true(lost, answer, asked):
-    iodd = Iodd(lost=lost)
-    assert T.DeviceStatus(iodd).lost == answer
-    assert iodd.asked == ["connected"] + asked
+# The order of the questions is pinned by the report; how many a property asks shows where `or` stopped, and
+# that a device not connected is asked nothing further.
+@pytest.mark.parametrize("answers, name, expected, questions", [
+    ({"lost": (1, 2, 3)}, "lost", 1, 1), ({"lost": (0, "", 0)}, "lost", 0, 3), ({"lost": (0, "e", 0)}, "lost", "e", 2),
+    ({"lost": (0, "e", 0)}, "connectionError", "e", 1), ({"iolink": 1}, "preoperate", True, 1),
+    ({"iolink": 2}, "preoperate", False, 1), ({"pd_invalid": 0}, "pdValid", True, 1),
+    ({"pd_invalid": 1}, "pdValid", False, 1), ({"connected": 0}, "connected", 0, 0),
+    *[({"connected": 0}, name, "not connected", 0) for name in STATUS_NAMES]])
+def test_each_answer(answers, name, expected, questions):
+    device = iodd(**answers)
+    value = getattr(T.DeviceStatus(device), name)
+    assert (value, type(value), len(device.calls)) == (expected, type(expected), questions)
 
 
-@pytest.mark.parametrize("iolink, preoperate", [(1, True), (2, False)])
-def test_preoperate(iolink, preoperate):
-    assert T.DeviceStatus(Iodd(iolink=iolink)).preoperate is preoperate
-
-
-@pytest.mark.parametrize("invalid, valid", [(0, True), (None, True), (1, False)])
-def test_pd_valid_is_bool(invalid, valid):
-    assert T.DeviceStatus(Iodd(pd_invalid=invalid)).pdValid is valid
-
-
-def test_status_repr_with_unsupported_pd():
-    iodd = Iodd(pd_invalid=T.NotSupportedError("no PD status"), wrong="maybe")
-    status = T.DeviceStatus(iodd)
-    with pytest.raises(T.NotSupportedError):
-        status.pdValid
-    report = json.loads(repr(status))["DeviceStatus"]
-    assert list(report.items()) == [("connected", True), ("lost", False), ("preoperate", True),
-                                    ("wrongDevice", "maybe"), ("pdValid", str(iodd._pd_invalid)),
-                                    ("connectionError", False)]
-    assert iodd.asked.count("connected") == 1 + 6
-
-
-def test_status_repr_passes_other_errors():
-    status = T.DeviceStatus(Iodd(pd_invalid=ValueError("x")))
-    with pytest.raises(ValueError):
-        repr(status)
+def test_repr_shows_unsupported_as_text_and_passes_other_errors():
+    device = iodd(pd_invalid=T.NotSupportedError("no PD status"), wrong=T.NotSupportedError("no check"))
+    status = T.DeviceStatus(device)
+    report = {"connected": True, "lost": False, "preoperate": True, "wrongDevice": "no check",
+              "pdValid": "no PD status", "connectionError": False}
+    assert repr(status) == json.dumps({"DeviceStatus": report}, indent=4, ensure_ascii=False)
+    assert device.calls == [("getStatusPdInvalid",), ("isWrongDevice", device), *[(c,) for c in LOST_CHECKS],
+                            ("_hasIolink", ("diag", True)), ("_hasConnectionError",)]
+    device.answers["getStatusPdInvalid"] = ValueError("x")
+    assert outcome(lambda: repr(status)) == (ValueError, "x")

@@ -1,22 +1,19 @@
-import re
 from types import SimpleNamespace as NS
 
 import pytest
 
 import vantrel.base.Tessarine as T
+from conftest import outcome
 
 STORES = ["_drivers", "_addresses", "_masters", "_openAddresses", "_openMasters", "_ports", "_ioddmasters", "_openDevs"]
 
 
 class Sim:
     """A base driver; its class is the driver type."""
+    driverName = classmethod(lambda cls: cls.__name__)
 
-    def __init__(self, calls, active=False):
+    def __init__(self, calls, active=True):
         self.calls, self._active = calls, active
-
-    @classmethod
-    def driverName(cls):
-        return cls.__name__
 
     def close(self):
         self.calls.append("close")
@@ -26,47 +23,19 @@ class Net(Sim):
     pass
 
 
-class Master:
-    def __init__(self, calls, address, connected=False, info=None, masterInfo=None, drvType=Sim):
-        self.calls, self.address, self.is_connected, self.drvType = calls, address, connected, drvType
-        self.info, self._masterInfo = info, masterInfo
-
-    def getBaseDriverType(self):
-        return self.drvType
-
-    def driverName(self):
-        return self.drvType.driverName()
-
-    def connected(self):
-        return self.is_connected
-
-    def getMasterInfo(self):
-        self.calls.append(("getMasterInfo", self.address))
-        return self.info
-
-    def disconnect(self, *args, **kwargs):
-        self.calls.append(("disconnect", self.address, args, kwargs))
-        self.is_connected = False
+def master(calls, address, masterInfo=None, info=None, drvType=Sim):
+    """A connected master that records what it is asked for that describes or ends its connection."""
+    made = NS(address=address, _masterInfo=masterInfo, is_connected=True, getBaseDriverType=lambda: drvType,
+              driverName=drvType.driverName, getMasterInfo=lambda: calls.append(("getMasterInfo", address)) or info,
+              disconnect=lambda *args, **kwargs: calls.append(("disconnect", address, args, kwargs)))
+    made.connected = lambda: made.is_connected
+    return made
 
 
-class Port:
-    def __init__(self, calls, name, in_use=False, device=None):
-        self.calls, self.name, self.in_use, self._connectediodd = calls, name, in_use, device
-
-    def connected(self):
-        self.calls.append(("connected", self.name))
-        return self.in_use
-
-    def disconnect(self, *args):
-        self.calls.append(("disconnect", self.name) + args)
-
-
-class Logger:
-    def __init__(self):
-        self.lines = []
-
-    def debug(self, format, *args):
-        self.lines.append(format % args)
+def port(calls, name, in_use, device):
+    made = NS(in_use=in_use, _connectediodd=device, disconnect=lambda: calls.append(("disconnect", name)))
+    made.connected = lambda: calls.append(("connected", name)) or made.in_use
+    return made
 
 
 @pytest.fixture
@@ -75,152 +44,106 @@ def calls():
 
 
 @pytest.fixture
-def owner(monkeypatch):
-    logger = Logger()
-    monkeypatch.setattr(T.CommonDriverManager, "iodd", NS(_logger=logger))
-    return logger.lines
-
-
-@pytest.fixture
 def connection(calls):
     """Active driver Sim; masters "a" (port 1 in use, port 2 free, a device on each) and "b", both connected."""
     m = T.CommonDriverManager()
-    m.addBaseDriver(Sim(calls, active=True))
+    m.addBaseDriver(Sim(calls))
     for address in "ab":
-        master = Master(calls, address, connected=True, masterInfo={"Product Name": "AL"})
-        m.addMasterDriver(address, master)
-        m.addActiveMasterDriver(address, master)
-        m.addIoddMaster(NS(_master=master, address=address))
-    for port in (1, 2):
-        device = NS(_port=("a", port), _device=NS(_address="a"))
-        m.addPort("a", port, Port(calls, port, in_use=port == 1, device=device))
-        m.addConnectedDev(("a", port), device)
+        made = master(calls, address, masterInfo={"Product Name": "AL"})
+        m.addMasterDriver(address, made)
+        m.addActiveMasterDriver(address, made)
+        m.addIoddMaster(NS(_master=made, address=address))
+    for number in (1, 2):
+        device = NS(_port=("a", number), _device=NS(_address="a"))
+        m.addPort("a", number, port(calls, number, number == 1, device))
+        m.addConnectedDev(("a", number), device)
     return m
 
 
-def driver_error(text):
-    return pytest.raises(T.DriverException, match="^" + re.escape(text) + "$")
-
-
-def test_base_drivers(calls, owner):
-    m = T.CommonDriverManager()
-    assert list(vars(m)) == STORES
-    view, first = m.getBaseDrivers(), Sim(calls)
-    m.addBaseDriver(first)
-    with driver_error("Driver already registered: Sim."):
-        m.addBaseDriver(Sim(calls))
+def test_queries_and_the_log_of_a_connection(owner, connection, calls):
+    m, drivers = connection, connection.getBaseDrivers()
     m.addBaseDriver(Net(calls))
-    assert list(view) == [first, m.getBaseDriver(Net)] and m.getBaseDriver(Sim) is first
-    assert m.checkBaseDriverActive(Sim) is True and m.checkBaseDriverActive(Master) is False
-    assert owner == ['Opened base driver "Sim".', 'Opened base driver "Net".']
-    with driver_error("No driver registered for Unknown."):
-        m.getBaseDriver(drvType=type("Unknown", (Sim,), {}))
-
-
-def test_iodd_masters(calls):
-    m = T.CommonDriverManager()
-    m.addBaseDriver(Sim(calls))
-    iodd = NS(_master=Master(calls, "a"), address="a")
-    assert m.getIoddMaster(Sim, "a") is None and m.getIoddMaster(Net, "a") is None
-    m.addIoddMaster(iodd)
-    with driver_error("Master already registered for a."):
-        m.addIoddMaster(iodd)
-    assert m.getIoddMasters() == [iodd] and m.getIoddMaster(Sim, "a") is iodd
-    m.removeIoddMaster(master=iodd)
-    with driver_error("No master registered for a."):
-        m.removeIoddMaster(iodd)
-    with pytest.raises(KeyError):
-        m.addIoddMaster(NS(_master=Master(calls, "b", drvType=Net), address="b"))
-
-
-def test_master_addresses(calls):
-    m = T.CommonDriverManager()
-    m.addBaseDriver(Sim(calls))
-    first = Master(calls, "a")
-    m.addMasterDriver("a", first)
-    with driver_error("Master already registered for a."):
-        m.addMasterDriver("a", Master(calls, "a"))
-    m.addMasterDriver("b", Master(calls, "b"))
-    m.addActiveMasterDriver("b", m.getMasterDriver("b"))
-    m.addActiveMasterDriver("c", Master(calls, "c"))
-    with driver_error("Active master already registered for c."):
-        m.addActiveMasterDriver("c", first)
-    with pytest.raises(KeyError):
-        m.addMasterDriver("d", Master(calls, "d", drvType=Net))
-    m.getDriverAddresses(Net).append("x")
-    assert m.getDriverAddresses(Sim) is m._addresses[Sim] and m.getDriverAddresses(Net) == []
-    assert (m.getMasterAddresses(), m.getActiveMasterAddresses(), m.getInactiveMasterAddresses()) == (
-        ["a", "b"], ["b", "c"], ["a"])
-    assert m.getActiveMasterDrivers() == [m.getActiveMasterDriver("b"), m.getActiveMasterDriver("c")]
-    assert m.checkMasterDriver("c") is False and m.checkActiveMasterDriver("c") is True
-    with driver_error("No active master registered for a."):
-        m.getActiveMasterDriver("a")
-    with driver_error("No master registered for c."):
-        m.getMasterDriver("c")
-
-
-@pytest.mark.parametrize(
-    "masterInfo, info, line",
-    [
-        ({"Product Name": "AL", "Serial Number": "42"}, None, 'Sim master connected to "a": AL, S/N: 42'),
-        ({}, {"Product Name": "", "Product Code": "PC"}, 'Sim master connected to "a": PC'),
-        (None, {"Serial Number": 7}, TypeError),
-    ],
-)
-def test_connection_line(calls, monkeypatch, masterInfo, info, line):
-    m = T.CommonDriverManager()
-    m.addBaseDriver(Sim(calls))
-    m.addActiveMasterDriver("x", Master(calls, "x", info=info, masterInfo=masterInfo))
-    assert calls == []
-    logger = Logger()
-    monkeypatch.setattr(T.CommonDriverManager, "iodd", NS(_logger=logger))
-    if line is TypeError:
-        with pytest.raises(TypeError):
-            m.addActiveMasterDriver("a", Master(calls, "a", info=info))
-    else:
-        m.addActiveMasterDriver("a", Master(calls, "a", info=info, masterInfo=masterInfo))
-    assert logger.lines == ([] if line is TypeError else [line]) and m.getPorts("a") == {}
-    assert calls == ([] if masterInfo else [("getMasterInfo", "a")])
-
-
-def test_ports_and_devices(connection):
-    m = connection
-    m.addActiveMasterDriver("c", Master([], "c"))
-    assert [m.checkActivePorts(*port) for port in [("x", 1), ("c", 1), ("a", 1), ("a", 3)]] == [None, {}, True, False]
-    first = m.getPortDriver("a", 1)
-    with driver_error("Master a has already active port 1."):
-        m.addPort("a", 1, None)
-    with pytest.raises(KeyError):
-        m.addPort("x", 1, None)
-    with driver_error("Cannot access port for inactive c."):
-        m.getPortDriver("c", 1)
-    with driver_error("Port 3 not available for a."):
-        m._getPort("a", 3)
-    m.addPort("b", 1, "b1")
-    assert m._getPort("a", 1) == (m.getPorts("a"), first) and m.getPorts("a") is m._ports["a"]
-    assert m.getPortDrivers("") == m.getPortDrivers() == [first, m.getPortDriver("a", 2), "b1"]
-    assert m.getPortDrivers("x") == [] and m.getPorts("x") == {}
+    m.addMasterDriver("c", master([], "c", drvType=Net))
+    m.addActiveMasterDriver("d", master([], "d", {"Product Code": "P", "Serial Number": "4"}))
     m.addConnectedDev(("b", 1), "dev")
+    assert [text for _, text in owner.lines] == [
+        'Opened base driver "Sim".', 'Sim master connected to "a": AL', 'Sim master connected to "b": AL',
+        'Opened base driver "Net".', 'Sim master connected to "d": P, S/N: 4']
+    assert list(drivers) == [m.getBaseDriver(Sim), m.getBaseDriver(Net)] and m.checkBaseDriverActive(NS) is False
+    assert (m.getMasterAddresses(), m.getActiveMasterAddresses(), m.getInactiveMasterAddresses()) == (
+        ["a", "b", "c"], ["a", "b", "d"], ["c"])
+    assert (m.getMasterDrivers(), m.getActiveMasterDrivers()) == (
+        [m.getMasterDriver(address) for address in "abc"], [m.getActiveMasterDriver(address) for address in "abd"])
+    assert m.getDriverAddresses(Net) is m._addresses[Net] and m.getActiveDriverAddresses(Sim) == ["a", "b", "d"]
+    m.getDriverAddresses(NS).append("x")
+    assert m.getDriverAddresses(NS) == m.getActiveDriverAddresses(Net) == [] and m.getDriverAddresses(Net) == ["c"]
+    assert [m.checkMasterDriver("d"), m.checkActiveMasterDriver("d"), m.checkActiveMasterDriver("c")] == [
+        False, True, False]
+    assert [m.checkActivePorts(*port) for port in [("x", 1), ("d", 1), ("a", 1), ("a", 3)]] == [None, {}, True, False]
+    first, second = m.getPortDriver("a", 1), m.getPortDriver("a", 2)
+    assert m._getPort("a", 1) == (m.getPorts("a"), first) and m.getPorts("a") is m._ports["a"]
+    assert m.getPortDrivers("") == m.getPortDrivers() == [first, second] and m.getPortDrivers("x") == []
+    assert m.getPorts("x") == {} and m.getConnectedDev(("x", 1)) is None and m.getConnectedDev(("b", 1)) == "dev"
     assert m.getConnectedDevPorts() == [("a", 1), ("a", 2), ("b", 1)] and m.getConnectedDevPorts("b") == [1]
-    assert m.getConnectedDev(("x", 1)) is None and m.removeConnectedDev(("b", 1)) == "dev"
-    with pytest.raises(KeyError):
-        m.removeConnectedDev(("b", 1))
+    assert m.getConnectedDevs()[2] == "dev" and m.removeConnectedDev(("b", 1)) == "dev"
+    iodd = m.getIoddMaster(Sim, "b")
+    assert m.getIoddMasters() == [m.getIoddMaster(Sim, "a"), iodd] and m.getIoddMaster(Net, "a") is None
+    assert m.removeIoddMaster(master=iodd) is None and m.getIoddMaster(Sim, "b") is None and calls == []
+
+
+# Each refusal leaves every store as it was, and asks at most whether a master is connected.
+REFUSALS = [
+    (lambda m: m.addBaseDriver(Sim([])), "Driver already registered: Sim."),
+    (lambda m: m.addIoddMaster(m.getIoddMaster(Sim, "a")), "Master already registered for a."),
+    (lambda m: m.removeIoddMaster(NS(_master=master([], "c"), address="c")), "No master registered for c."),
+    (lambda m: m.addMasterDriver("a", master([], "a")), "Master already registered for a."),
+    (lambda m: m.getActiveMasterDriver("c"), "No active master registered for c."),
+    (lambda m: m.getPortDriver("b", 1), "Cannot access port for inactive b."),
+    (lambda m: m.removeBaseDriver(Sim), "Cannot remove active driver Sim."),
+    (lambda m: m.removeActiveMasterDriver("a"), "Cannot remove active master a."),
+    (lambda m: m.removeActiveMasterDriver("b"), "Cannot remove active master b."),
+    (lambda m: m.removeMasterDriver("b", 0), "Cannot remove active master b."),
+    (lambda m: m.addIoddMaster(NS(_master=master([], "c", drvType=Net), address="c")), KeyError),
+    (lambda m: m.addMasterDriver("c", master([], "c", drvType=Net)), KeyError),
+    (lambda m: m.addPort("x", 1, None), KeyError),
+    (lambda m: m.removeConnectedDev(("b", 1)), KeyError),
+    (lambda m: m.renameAddress("x", "y"), KeyError),
+]
+
+
+@pytest.mark.parametrize("action, refusal", REFUSALS)
+def test_refusals(connection, calls, action, refusal):
+    before = {store: repr(getattr(connection, store)) for store in STORES}
+    raised = outcome(lambda: action(connection))
+    assert raised[0] is refusal if refusal is KeyError else raised == (T.DriverException, refusal)
+    assert {store: repr(getattr(connection, store)) for store in STORES} == before and calls == []
+
+
+@pytest.mark.parametrize("masterInfo, info, raised", [
+    ({}, {"Product Name": "", "Product Code": "PC"}, ("returned", None)),
+    (None, {"Serial Number": 7}, (TypeError, 'can only concatenate str (not "int") to str')),
+])
+def test_connection_line_from_asked_info(connection, calls, request, masterInfo, info, raised):
+    # Without an owner the master is asked for nothing.
+    connection.addActiveMasterDriver("x", master(calls, "x", masterInfo, info))
+    assert calls == []
+    owner = request.getfixturevalue("owner")
+    assert outcome(lambda: connection.addActiveMasterDriver("y", master(calls, "y", masterInfo, info))) == raised
+    assert owner.lines == [("debug", 'Sim master connected to "y": PC')] * (raised[0] == "returned")
+    assert calls == [("getMasterInfo", "y")] and connection.checkActivePorts("y", 1) == {}
 
 
 def test_rename_moves_everything_under_the_new_address(connection):
     m = connection
     devices = m.getConnectedDevs()
+    m.getPortDriver("a", 1)._connectediodd = None
     m.addConnectedDev(("b", 5), "other")
     m._addresses[Sim].append("z")
     m.renameAddress("a", newAddr="z")
-    assert [(d._port, d._device._address) for d in devices] == [(("z", 1), "z"), (("z", 2), "z")]
+    assert [(d._port, d._device._address) for d in devices] == [(("a", 1), "a"), (("z", 2), "z")]
     assert list(m._masters) == list(m._openMasters) == list(m._ports) == list(m._ioddmasters[Sim]) == ["b", "z"]
     assert m.getIoddMaster(Sim, "z").address == "a" and list(m._openDevs) == [("z", 1), ("z", 2), ("z", 5)]
     assert m._addresses[Sim] == m._openAddresses[Sim] == ["b", "z"]
-    with driver_error("No master registered for a."):
-        m.getMasterDriver("a")
-    with pytest.raises(KeyError):
-        m.renameAddress("a", "y")
 
 
 def test_rename_to_itself_drops_the_entries(connection):
@@ -230,71 +153,49 @@ def test_rename_to_itself_drops_the_entries(connection):
     assert list(connection._openDevs) == [("b", 1), ("b", 2)] and connection._openAddresses[Sim] == ["a", "b"]
 
 
-def test_removing_a_whole_connection(connection, calls, owner):
-    m = connection
-    with driver_error("Cannot remove active driver Sim."):
-        m.removeBaseDriver(Sim)
-    with driver_error("Cannot remove active master a."):
-        m.removeActiveMasterDriver("a")
-    assert calls == []
-    with pytest.raises(UnboundLocalError, match="^local variable 'drv' referenced before assignment$"):
-        m.removeBaseDriver(Sim, force=1)
-    assert calls == [
-        ("connected", 1), ("disconnect", 1), ("connected", 2),
-        ("disconnect", "a", (None, 1), {"removeDriverOrigin": True}),
-        ("disconnect", "b", (None, 1), {"removeDriverOrigin": True}),
-        "close",
-    ]
-    assert owner[-4:] == ['Sim master "a" disconnected', 'Sim master "a" removed',
-                          'Sim master "b" disconnected', 'Sim master "b" removed']
-    assert [getattr(m, store) for store in STORES[:-1]] == [{}] * 7 and list(m._openDevs) == [("a", 1), ("a", 2)]
-
-
-@pytest.mark.parametrize("active, owned, lines", [(True, False, []), (False, True, ['Closed base driver "Sim".'])])
-def test_removing_a_base_driver(calls, monkeypatch, active, owned, lines):
-    logger = Logger()
-    monkeypatch.setattr(T.CommonDriverManager, "iodd", NS(_logger=logger) if owned else None)
-    m = T.CommonDriverManager()
-    m.addBaseDriver(Sim(calls, active=active))
-    assert m.removeBaseDriver(Sim) is None and m._drivers == {}
-    assert calls == ["close"] * active and logger.lines[1:] == lines
+@pytest.mark.parametrize("active, owned, raised, last_line", [
+    # With an owner, an active driver is closed and then refused its log line.
+    (True, True, (UnboundLocalError, "local variable 'drv' referenced before assignment"), []),
+    (True, False, ("returned", None), []),
+    (False, True, ("returned", None), ['Closed base driver "Sim".']),
+])
+def test_forced_removal_of_a_whole_connection(connection, calls, request, active, owned, raised, last_line):
+    owner = request.getfixturevalue("owner") if owned else NS(lines=[])
+    connection.getBaseDriver(Sim)._active = active
+    assert outcome(lambda: connection.removeBaseDriver(Sim, force=1)) == raised
+    origin = {"removeDriverOrigin": True}
+    assert calls == [("connected", 1), ("disconnect", 1), ("connected", 2), ("disconnect", "a", (None, 1), origin),
+                     ("disconnect", "b", (None, 1), origin)] + ["close"] * active
+    master_lines = ['Sim master "a" disconnected', 'Sim master "a" removed', 'Sim master "b" disconnected',
+                    'Sim master "b" removed']
+    assert [text for _, text in owner.lines] == master_lines * owned + last_line
+    assert [getattr(connection, store) for store in STORES[:-1]] == [{}] * 7
+    assert list(connection._openDevs) == [("a", 1), ("a", 2)]
 
 
 def test_what_stays_behind_a_master(connection, owner):
     m = connection
     m.getMasterDriver("b").is_connected = False
     m.removeMasterDriver("b")
-    assert owner[-1] == 'Sim master "b" removed' and m.checkActiveMasterDriver("b")
-    assert m.getMasterAddresses() == ["a"] and m.getActiveDriverAddresses(Sim) == ["a", "b"]
+    assert owner.lines == [("debug", 'Sim master "b" removed')] and m.checkActiveMasterDriver("b")
+    assert (m.getMasterAddresses(), m.getDriverAddresses(Sim), m.getActiveDriverAddresses(Sim)) == (
+        ["a"], ["a"], ["a", "b"])
     m.removeActiveMasterDriver("b")
     assert m.getActiveMasterAddresses() == list(m._ports) == ["a"]
-    master = m._openMasters.pop("a")
-    with driver_error("No active master registered for a."):
-        m.removeMasterDriver("a", True)
-    m._openMasters["a"] = master
     m.removeActiveMasterDriver("a", True)
     assert m.getMasterAddresses() == ["a"] and len(m.getConnectedDevs()) == 2
     assert list(m._ioddmasters[Sim]) == ["a", "b"]
+    assert outcome(lambda: m.removeMasterDriver("a", True)) == (T.DriverException, "No active master registered for a.")
 
 
-@pytest.mark.parametrize(
-    "force, in_use, asked, disconnected, removed",
-    [
-        (None, True, False, False, True),
-        (False, True, True, False, False),
-        (0, True, True, False, False),
-        (True, True, True, True, True),
-        (None, False, False, False, True),
-        (False, False, True, False, True),
-        (True, False, True, False, True),
-    ],
-)
+# force None removes a port without asking it; a false force refuses one in use; True disconnects it.
+@pytest.mark.parametrize("force, in_use, asked, disconnected, removed", [
+    (None, True, 0, 0, True), (0, True, 1, 0, False), (True, True, 1, 1, True),
+    (False, False, 1, 0, True), (True, False, 1, 0, True),
+])
 def test_remove_port_force(connection, calls, force, in_use, asked, disconnected, removed):
     connection.getPortDriver("a", 2).in_use = in_use
-    if removed:
-        connection.removePort("a", 2, force)
-    else:
-        with driver_error("Cannot remove active master a."):
-            connection.removePort("a", 2, force)
+    raised = outcome(lambda: connection.removePort("a", 2, force))
+    assert raised == (("returned", None) if removed else (T.DriverException, "Cannot remove active master a."))
     assert calls == [("connected", 2)] * asked + [("disconnect", 2)] * disconnected
     assert connection.checkActivePorts("a", 2) is not removed
