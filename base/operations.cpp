@@ -170,6 +170,44 @@ Ref iterate_next(Borrowed iterator)
     return Ref::steal_nullable(value);
 }
 
+namespace {
+
+[[noreturn]] void too_many_to_unpack([[maybe_unused]] PyObject* iterable, Py_ssize_t expected)
+{
+#if PY_VERSION_HEX >= 0x030E0000
+    // From 3.14 on, the host tells how many there were where the container
+    // knows it without being asked.
+    if (PyList_CheckExact(iterable) || PyTuple_CheckExact(iterable) || PyDict_CheckExact(iterable))
+        raise_format(PyExc_ValueError, "too many values to unpack (expected %zd, got %zd)", expected,
+                     PyDict_CheckExact(iterable) ? PyDict_GET_SIZE(iterable) : Py_SIZE(iterable));
+#endif
+    raise_format(PyExc_ValueError, "too many values to unpack (expected %zd)", expected);
+}
+
+}  // namespace
+
+void unpack_into(Borrowed iterable, std::span<Ref> items)
+{
+    PyObject* object = iterable.get();
+    const auto expected = static_cast<Py_ssize_t>(items.size());
+    if (PyTuple_CheckExact(object) && PyTuple_GET_SIZE(object) == expected) {
+        for (Py_ssize_t i = 0; i < expected; ++i)
+            items[static_cast<std::size_t>(i)] = Ref::borrow(PyTuple_GET_ITEM(object, i));
+        return;
+    }
+    if (!Py_TYPE(object)->tp_iter && !PySequence_Check(object))
+        raise_format(PyExc_TypeError, "cannot unpack non-iterable %.200s object", Py_TYPE(object)->tp_name);
+    // As the statement does: one item more than wanted is asked for, no more.
+    Ref iterator = Ref::steal(PyObject_GetIter(object));
+    for (Py_ssize_t i = 0; i < expected; ++i) {
+        items[static_cast<std::size_t>(i)] = iterate_next(iterator);
+        if (!items[static_cast<std::size_t>(i)])
+            raise_format(PyExc_ValueError, "not enough values to unpack (expected %zd, got %zd)", expected, i);
+    }
+    if (iterate_next(iterator))
+        too_many_to_unpack(object, expected);
+}
+
 void raise(PyObject* type, const char* message)
 {
     PyErr_SetString(type, message);

@@ -5,6 +5,7 @@
 #include "names.hpp"
 #include "small_vector.hpp"
 
+#include <array>
 #include <cstring>
 #include <initializer_list>
 #include <span>
@@ -137,6 +138,15 @@ inline Ref binary(Borrowed a, Borrowed b, PyObject* (*op)(PyObject*, PyObject*))
 // `parts[0] + parts[1] + ...`: one join when all are str.
 Ref concat(std::initializer_list<Borrowed> parts);
 Ref iterate_next(Borrowed iterator);  // empty Ref at the end
+// a, b, ... = iterable, into `items`: the host's errors for anything else.
+void unpack_into(Borrowed iterable, std::span<Ref> items);
+template <std::size_t N>
+std::array<Ref, N> unpack(Borrowed iterable)
+{
+    std::array<Ref, N> items;
+    unpack_into(iterable, items);
+    return items;
+}
 
 // --- raising -------------------------------------------------------------
 [[noreturn]] void raise(PyObject* type, const char* message);

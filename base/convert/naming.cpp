@@ -81,30 +81,13 @@ Ref replaced(Borrowed text, Borrowed old, Borrowed replacement)
 
 // --- key rewriting ---
 
-// `key, value = pair`, with the host's errors for anything else than a pair.
-std::pair<Ref, Ref> unpack_pair(PyObject* pair)
-{
-    if (PyTuple_CheckExact(pair) && PyTuple_GET_SIZE(pair) == 2)
-        return {Ref::borrow(PyTuple_GET_ITEM(pair, 0)), Ref::borrow(PyTuple_GET_ITEM(pair, 1))};
-    if (!Py_TYPE(pair)->tp_iter && !PySequence_Check(pair))
-        raise_format(PyExc_TypeError, "cannot unpack non-iterable %.200s object", Py_TYPE(pair)->tp_name);
-    Ref iterator = Ref::steal(PyObject_GetIter(pair));
-    Ref key = iterate_next(iterator);
-    Ref value = key ? iterate_next(iterator) : Ref();
-    if (!value)
-        raise_format(PyExc_ValueError, "not enough values to unpack (expected 2, got %d)", key ? 1 : 0);
-    if (iterate_next(iterator))
-        raise(PyExc_ValueError, "too many values to unpack (expected 2)");
-    return {std::move(key), std::move(value)};
-}
-
 // for key, value in mapping.items(): body(key, value)
 template <typename Body>
 void for_each_item(PyObject* mapping, Body&& body)
 {
     Ref items = Ref::steal(PyObject_GetIter(call_method(mapping, n_items)));
     while (Ref pair = iterate_next(items)) {
-        auto [key, value] = unpack_pair(pair);
+        auto [key, value] = unpack<2>(pair);
         body(std::move(key), std::move(value));
     }
 }

@@ -4,7 +4,6 @@
 
 #include "../Tessarine.hpp"
 
-#include <array>
 #include <source_location>
 #include <span>
 
@@ -58,23 +57,6 @@ void for_each(Borrowed iterable, Visit&& visit)
     Ref iterator = Ref::steal(PyObject_GetIter(iterable));
     while (Ref element = iterate_next(iterator))
         visit(element.get());
-}
-
-// a, b, ... = iterable
-template <std::size_t N>
-std::array<Ref, N> unpack(Borrowed iterable)
-{
-    Ref items = Ref::steal(PySequence_Tuple(iterable));
-    const Py_ssize_t size = PyTuple_GET_SIZE(items.get());
-    const Py_ssize_t expected = static_cast<Py_ssize_t>(N);
-    if (size > expected)
-        raise_format(PyExc_ValueError, "too many values to unpack (expected %zd)", expected);
-    if (size < expected)
-        raise_format(PyExc_ValueError, "not enough values to unpack (expected %zd, got %zd)", expected, size);
-    std::array<Ref, N> values;
-    for (std::size_t i = 0; i < N; ++i)
-        values[i] = Ref::borrow(PyTuple_GET_ITEM(items.get(), static_cast<Py_ssize_t>(i)));
-    return values;
 }
 
 // [self.<name> for each figure], appended to `into`.
