@@ -77,12 +77,6 @@ inline Ref true_divide(Borrowed a, Borrowed b)
     return Ref::steal(PyNumber_TrueDivide(a, b));
 }
 
-// An exact int or an exact float: arithmetic on it runs no code of anyone.
-inline bool plain_number(PyObject* object) noexcept
-{
-    return object && (PyLong_CheckExact(object) || PyFloat_CheckExact(object));
-}
-
 // bool(a < b), bool(a > b), ... for op one of Py_LT, Py_LE, Py_EQ, Py_NE,
 // Py_GT, Py_GE: the comparison as an expression makes it, so an object is
 // not taken to equal itself without asking it.
