@@ -20,8 +20,6 @@ namespace {
 
 using namespace interpreter;
 
-Name n_dunder_class("__class__");
-
 bool layout_confirmed = false;
 
 void judge(AttributeSite& site, PyTypeObject* type, PyObject* name)

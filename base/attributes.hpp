@@ -146,6 +146,8 @@ inline Ref call_method(Borrowed self, const Name& name, std::initializer_list<Bo
 
 #endif
 
+inline Name n_dunder_class("__class__");
+
 // object.name += amount
 void add_to(Borrowed object, const Name& name, Borrowed amount);
 

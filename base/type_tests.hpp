@@ -7,8 +7,6 @@
 
 namespace tess {
 
-inline Name n_dunder_class("__class__");
-
 inline bool is_float_type(PyTypeObject* type) { return PyType_IsSubtype(type, &PyFloat_Type); }
 inline bool is_str_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_UNICODE_SUBCLASS); }
 inline bool is_tuple_type(PyTypeObject* type) { return PyType_FastSubclass(type, Py_TPFLAGS_TUPLE_SUBCLASS); }
