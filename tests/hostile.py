@@ -1,5 +1,4 @@
-"""Arguments that break native code which trusts what it is given, and the
-verdict on what a call may raise: the sweeps and the memory test share them."""
+"""Arguments that break native code which trusts them, and the verdict on what a call may raise (sweeps, memory)."""
 import re
 import sys
 
@@ -37,21 +36,15 @@ FailingStr = failing_subclass(str, "lower upper replace strip find startswith in
 
 
 def lying(base, **answers):
-    """A subclass of `base` whose methods answer anything but the truth: what
-    `answers` gives, or for a callable, what it makes of the instance."""
-    def method(answer):
-        return lambda self, *args, **kwargs: answer(self) if callable(answer) else answer
+    """A subclass of `base` whose methods answer anything but the truth: what `answers` gives, or for a callable,
+    what it makes of the instance."""
+    method = lambda answer: lambda self, *args, **kwargs: answer(self) if callable(answer) else answer
     return type("Lying" + base.__name__.title(), (base,), {name: method(answer) for name, answer in answers.items()})
 
 
 Unsure = failing_subclass(object, "__bool__")  # a truth value that cannot be decided
 EverythingFails = failing_subclass(object, " ".join(set(PROTOCOL) - {"__getattribute__"}))
-
-
-def itself(instance):
-    return instance
-
-
+itself = lambda instance: instance
 # The hash of 7, which Shifty keys share.
 Liar = lying(object, **dict.fromkeys(("__eq__", "__ne__", "__lt__", "__gt__", "__le__", "__ge__"), Unsure()),
              __hash__=7, __len__=sys.maxsize, __iter__=5, __str__=5, __repr__=5, __format__=None, __index__=1.5,
@@ -66,15 +59,11 @@ LyingStr = lying(str, lower=5, upper=5, replace=None, strip=[], find="x", __len_
 
 
 class Shifty:
-    """A key whose every other comparison refills its dictionary with another
-    such key (a look-up starts again after a change: every one would never end)."""
+    """A key whose every other comparison refills its dictionary with another such key (a look-up starts again after
+    a change: every one would never end)."""
     shifts = False
-
-    def __init__(self, home):
-        self.home = home
-
-    def __hash__(self):
-        return 7
+    __init__ = lambda self, home: setattr(self, "home", home)
+    __hash__ = lambda self: 7
 
     def __eq__(self, other):
         Shifty.shifts = not Shifty.shifts
@@ -86,20 +75,8 @@ class Shifty:
 
 class Growing:
     """A key whose hash grows its dictionary."""
-
-    def __init__(self, home):
-        self.home = home
-
-    def __hash__(self):
-        self.home[object()] = None
-        return 3
-
-
-def home_of(fill):
-    """A dictionary filled by `fill` with keys and values that know it."""
-    home = {}
-    fill(home)
-    return home
+    __init__ = lambda self, home: setattr(self, "home", home)
+    __hash__ = lambda self: self.home.__setitem__(object(), None) or 3
 
 
 def looped_dict():
@@ -117,15 +94,10 @@ def looped_mixed():
 
 def nested(depth, *kinds):
     """`depth` levels below the top, the kinds of container taking turns."""
-    top = current = kinds[0]()
-    for level in range(1, depth + 1):
-        inner = kinds[level % len(kinds)]()
-        if isinstance(current, dict):
-            current["a"] = inner
-        else:
-            current.append(inner)
-        current = inner
-    return top
+    inner = kinds[depth % len(kinds)]()
+    for level in reversed(range(depth)):
+        inner = {"a": inner} if kinds[level % len(kinds)] is dict else [inner]
+    return inner
 
 
 def nested_dict(depth):
@@ -133,32 +105,29 @@ def nested_dict(depth):
 
 
 def abyss():
-    """Nested so deep that a walk which recurses in native code without
-    counting levels runs out of stack."""
+    """Nested so deep that a walk which recurses in native code without counting levels runs out of stack."""
     return [nested(100000, *kinds) for kinds in ((dict,), (list,), (dict, list))]
 
 
 def odd_values(depth=3000):
-    """Values no caller should pass, each at most once; nested structures go
-    `depth` levels deep, past the recursion limit."""
-    looped_list = []
+    """Values no caller should pass, each at most once; nested structures go `depth` levels deep, past the limit."""
+    looped_list, shifting, growing = [], {}, {}
     looped_list.append(looped_list)
+    shifting.update({"a": 1, Shifty(shifting): 2, ("x", 7): Shifty(shifting)})
+    growing[Growing(growing)] = 1
     scalars = [None, True, 0, -1, 2**64, -2**63, 10**400, 1.5, float("nan"), float("inf"), "", "x y", "\ud800",
                "Größe A\\B", b"\x01\xab", bytearray(b"\xff"), object(), int, type("UserClass", (), {}),
-               Hostile("given")]
+               Hostile("given"), 2**31, 2**63, -2**63 - 1, -0.0, 5e-324, "\x00"]  # ends of native types
     containers = [[], [1, 2.5], (1,), ("f", 1, 2, "t"), {}, {"a": {"b": 1}}, {"Vendor ID": 1, "IsduSupport": 1},
                   {1}, looped_dict(), looped_list, looped_mixed(), nested_dict(depth), nested(depth, list)]
     hostile = [failing(name) for name in PROTOCOL]
     hostile += [EverythingFails(), Liar(), Unsure(), FailingDict({"a": 1}), FailingList([1]), FailingStr("abc"),
-                LyingDict({"a": 1, "Vendor ID": 1}), LyingList([1]), LyingStr("abc"),
-                home_of(lambda home: home.update({"a": 1, Shifty(home): 2, ("x", 7): Shifty(home)})),
-                home_of(lambda home: home.update({Growing(home): 1})),
+                LyingDict({"a": 1, "Vendor ID": 1}), LyingList([1]), LyingStr("abc"), shifting, growing,
                 [Liar(), Unsure()], {"a": failing("__eq__"), "b": LyingStr("x")}]
     return scalars + containers + hostile
 
 
-# The interpreter's own errors for a container that changed while it was
-# walked: no other RuntimeError may come out of the module.
+# The interpreter's own errors for a container changed while walked: no other RuntimeError may come out of the module.
 CHANGED_DURING_WALK = re.compile(r"(dictionary|Set|deque) (changed size|keys changed|mutated) during iteration")
 
 

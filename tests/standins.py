@@ -1,5 +1,4 @@
-"""Stand-ins for the package's objects that the module is handed (drivers, masters, ports, devices, the owner
-of the registry), and one real instance of each class of the module built from them with normal arguments."""
+"""Stand-ins for the package's objects that the module is handed, and real instances of the module's classes."""
 import datetime
 
 import vantrel.base.Tessarine as T
@@ -13,14 +12,10 @@ class Driver:
 
 
 class Master:
-    """A master driver that is connected, and also what the statistics take as a port's driver (it has
-    `master`, `port` and `baseDrv`)."""
-    getBaseDriverType = lambda self: Driver
-    driverName = lambda self: "Drv"
-    connected = lambda self: True
-    disconnect = lambda self, *args, **kwargs: None
+    """A connected master driver, and what the statistics take as a port's driver (`master`, `port`, `baseDrv`)."""
+    getBaseDriverType, driverName, connected = (lambda self: Driver), (lambda self: "Drv"), (lambda self: True)
+    disconnect, isWrongDevice = (lambda self, *args, **kwargs: None), (lambda self, iodd: False)
     getMasterInfo = lambda self: self._masterInfo
-    isWrongDevice = lambda self, iodd: False
 
     def __init__(self, address="10.0.0.1", port=1):
         self.address, self.port, self.baseDrv, self.master = address, port, Driver(), self
@@ -49,8 +44,7 @@ class Orvane:
     """The communication object behind the variable, command and lock accessors."""
     getVariableNames = lambda self, sort=True, matlabNaming=True: ["Process_Data"]
     read, write, sysCmd = (lambda self, *args: 1), (lambda self, *args: 0), (lambda self, name: None)
-    getError = lambda self, code: "no error"
-    getValueNames = lambda self, index, sort=True: ["Device reset"]
+    getError, getValueNames = (lambda self, code: "no error"), (lambda self, index, sort=True: ["Device reset"])
     getValue = lambda self, index, key: 128 if isinstance(key, str) else "Device reset"
 
 
@@ -61,8 +55,7 @@ class Owner:
         self._logger = logger
 
 
-def callback(*args, **kwargs):
-    pass
+callback = lambda *args, **kwargs: None  # noqa: E731 (what the timers call)
 
 
 def registry():
@@ -97,9 +90,8 @@ def stream_table():
 
 
 def repeat_timer():
-    # Never started: run() is left to the thread tests.
     timer = T.RepeatTimer("t", 0.01, callback, T.Logger(10), 1, k=2)
-    timer.cancel()
+    timer.cancel()  # never started: run() is left to the thread tests
     return timer
 
 
@@ -107,8 +99,7 @@ PAGE1 = {"Vendor ID": 1, "Device ID": 2, "IO-Link Version ID": 0x11, "Frame Capa
 EVENT = ("Ev", 0x8C42, "WARNING", "APPEARED", "DEVICE", 1, "14:07:33.000")
 
 
-# Class name -> (constructor arguments, or a factory for views that a parent object hands out).  Every class
-# of the module with state of its own.
+# Class name -> constructor arguments, for every class of the module with state of its own.
 def constructions():
     tree = statistics()
     return {

@@ -1,7 +1,5 @@
-"""Calls every function, method and property of the module with odd arguments
-and judges what comes out.  Meant for a child process, which a crash takes
-down instead of the test run: `python -c "import sweep; sweep.main('functions')"`
-prints one JSON summary line on standard output."""
+"""Calls every operation of the module with odd arguments and judges what comes out, in a child process that a crash
+takes down instead of the test run: `sweep.main('functions')` prints one JSON summary line on standard output."""
 import collections
 import contextlib
 import faulthandler
@@ -19,48 +17,30 @@ import hostile
 import standins
 from conftest import SCALE
 
-# Everything a call may raise without being a fault: the host's own errors,
-# those of the standard library the module calls (open among them), the
-# module's own tree, and what the hostile arguments raise.  MemoryError is the
-# host's answer to a container that claims a length it does not have.
+# Everything a call may raise without being a fault: the host's own errors, those of the standard library the module
+# calls (open among them), the module's own tree, and what the hostile arguments raise.  MemoryError is the host's
+# answer to a container that claims a length it does not have.
 ORDINARY = (TypeError, ValueError, AttributeError, LookupError, ArithmeticError, RecursionError, NameError,
             NotImplementedError, MemoryError, OSError, re.error, hostile.Hostile, T.OrvaneException)
 
-# RepeatTimer.run only ends once its timer is cancelled: it is swept a round
-# at a time, by sweep_timer_rounds.
-LEFT_OUT = {"run"}
-
 
 def left_out(where, args):
-    """Calls that must not be made, in Python neither: a huge negative count of
-    the seconds' decimals makes a scale of 10 ** (6 - decimals), quintillions of
-    digits; filesha256 of a small number opens, and closes, that descriptor."""
+    """Calls not to make, in Python neither: 10 ** (6 - decimals) for huge negative decimals; filesha256 of a small
+    int, which closes that descriptor."""
     if where.endswith("setSecondsDecimals"):
         return any(type(arg) is int and arg < -1000 for arg in args)
     return where == "filesha256" and bool(args) and type(args[0]) in (int, bool) and 0 <= args[0] < 1024
 
 
-class Pool:
-    """Stands in for _http: every request answers with the next odd status and reason."""
-
-    def __init__(self, odd):
-        self.answers = itertools.cycle(odd)
-
-    def request(self, method, url, **kwargs):
-        return types.SimpleNamespace(status=next(self.answers), reason=next(self.answers))
-
-
 def members(cls):
-    """The operations a class of the module defines: (name, callable, whether
-    it takes the instance first)."""
+    """The operations a class of the module defines: (name, callable, whether it takes the instance first).
+    RepeatTimer.run only ends once its timer is cancelled: it is swept a round at a time, by sweep_timer_rounds."""
     for name, member in vars(cls).items():
-        if name in LEFT_OUT:
-            continue
         if isinstance(member, property):
             yield from ((name, accessor, True) for accessor in (member.fget, member.fset) if accessor)
         elif isinstance(member, staticmethod):
             yield name, member.__func__, False
-        elif callable(member) and not isinstance(member, type):
+        elif callable(member) and not isinstance(member, type) and name != "run":
             yield name, member, True
 
 
@@ -77,8 +57,7 @@ def module_callables():
 
 
 def operations(instance):
-    """(qualified name, operation bound to the instance) for every operation
-    the instance's classes of the module define."""
+    """(qualified name, operation bound to the instance) for every operation its classes of the module define."""
     for cls in type(instance).__mro__:
         if cls.__module__ == T.__name__:
             for name, function, binds in members(cls):
@@ -116,8 +95,7 @@ REFUSED_COUNT = re.compile(r"\w+\(\) takes (exactly|at least|at most) \d+ positi
 
 
 def accepted_counts(function, counts):
-    """The numbers of arguments the function's signature takes: the others
-    only meet the frame's refusal, which the frame's own tests cover."""
+    """The numbers of arguments the function's signature takes: the others only meet the frame's refusal."""
     for count in counts:
         try:
             function(*[None] * count)
@@ -130,8 +108,7 @@ def accepted_counts(function, counts):
 
 
 def argument_lists(odd, counts, budget):
-    """Lists of odd arguments of each length in `counts`: all of them, or an
-    even spread of about as many as the budget allows for that length."""
+    """Lists of odd arguments of each length in `counts`: all, or an even spread of as many as the budget allows."""
     for count in counts:
         every = max(1, round(len(odd) ** count / (budget.get(count, len(odd) ** count) * SCALE)))
         yield from itertools.islice(itertools.product(odd, repeat=count), 0, None, every)
@@ -155,12 +132,6 @@ def sweep_functions(judge, odd):
             judge.call(where, functools.partial(function, **keywords), ("x",) * count)
 
 
-def sweep_calls(judge, instance, odd, counts, budget):
-    for where, operation in operations(instance):
-        for args in argument_lists(odd, accepted_counts(operation, counts), budget):
-            judge.call(where, operation, args)
-
-
 def odd_builds(odd):
     """Instances made with one normal constructor argument replaced by an odd one."""
     for name, normal in standins.constructions().items():
@@ -169,15 +140,11 @@ def odd_builds(odd):
                 yield getattr(T, name)(*normal[:position], value, *normal[position + 1:])
 
 
-# Arguments that most operations take: an address, a port, a driver.
-PLAIN_ARGUMENTS = ("10.0.0.1", 1, standins.Master())
-
-
 def sweep_odd_states(judge, odd):
-    """Each attribute of each instance set to each odd value in turn, as the
-    package may set them, and every operation called with plain arguments."""
+    """Each attribute of each instance set to each odd value in turn, and every operation called with plain ones."""
+    plain = ("10.0.0.1", 1, standins.Master())
     for instance in standins.normal_instances().values():
-        plain_calls = [(where, operation, PLAIN_ARGUMENTS[:count]) for where, operation in operations(instance)
+        plain_calls = [(where, operation, plain[:count]) for where, operation in operations(instance)
                        for count in accepted_counts(operation, range(4))]
         state = vars(instance)
         for attribute, kept in list(state.items()):
@@ -189,9 +156,7 @@ def sweep_odd_states(judge, odd):
 
 class OneRound:
     """A timer's `finished` event that lets exactly one round run."""
-
-    def __init__(self):
-        self.waits = 0
+    waits = 0
 
     def wait(self, timeout=None):
         self.waits += 1
@@ -199,84 +164,37 @@ class OneRound:
 
 
 def sweep_timer_rounds(judge, odd):
-    """RepeatTimer.run on the calling thread for one round, with each of the
-    attributes it reads odd in turn; the interval is below the callback's
-    duration, so the round ends in an overrun report."""
-    for attribute in ("interval", "function", "args", "kwargs", "_logger", "_name", "cancelled", "finished"):
-        for value in odd:
-            timer = T.RepeatTimer("t", -1, standins.callback, T.Logger(11), 1, k=2)
-            timer.finished = OneRound()
-            vars(timer)[attribute] = value
-            judge.call("RepeatTimer.run", timer.run, ())
+    """RepeatTimer.run for one round, each attribute it reads odd in turn; the round overruns its negative interval."""
+    attributes = ("interval", "function", "args", "kwargs", "_logger", "_name", "cancelled", "finished")
+    for attribute, value in itertools.product(attributes, odd):
+        timer = T.RepeatTimer("t", -1, standins.callback, T.Logger(11), 1, k=2)
+        timer.finished = OneRound()
+        vars(timer)[attribute] = value
+        judge.call("RepeatTimer.run", timer.run, ())
 
 
 def sweep_instances(judge, odd):
-    for instance in standins.normal_instances().values():
-        sweep_calls(judge, instance, odd, range(3), {2: 4000})
-    for instance in odd_builds(odd):
-        sweep_calls(judge, instance, odd, range(2), {1: 8})
+    """Every operation of normal instances, and of instances built with an odd argument, with odd arguments."""
+    normal = [(instance, range(3), {2: 4000}) for instance in standins.normal_instances().values()]
+    for instance, counts, budget in itertools.chain(normal, ((built, range(2), {1: 8}) for built in odd_builds(odd))):
+        for where, operation in operations(instance):
+            for args in argument_lists(odd, accepted_counts(operation, counts), budget):
+                judge.call(where, operation, args)
     sweep_odd_states(judge, odd)
     sweep_timer_rounds(judge, odd)
 
 
-def sweep_generated(judge, odd):
-    """Hypothesis nests odd values in dicts, lists and tuples, ties some into
-    loops, and hands them to functions and to real instances, whose attributes
-    it also sets.  The examples are derived: every run makes the same calls."""
-    from hypothesis import HealthCheck, given, settings, strategies as st
-
-    def odd_value(index):  # by position: some odd values refuse to be described
-        return odd[index]
-
-    keys = st.one_of(st.text(max_size=8), st.integers(), st.tuples(st.integers(), st.integers()),
-                     st.sampled_from(["Vendor ID", "Frame Capability", "IsduSupport", "Product Name", "\ud800"]))
-    structures = st.recursive(st.one_of(st.integers(0, len(odd) - 1).map(odd_value), st.none(), st.booleans(),
-                                        st.integers(), st.floats(), st.text(), st.binary()),
-                              lambda inner: st.one_of(st.lists(inner, max_size=4), st.tuples(inner, inner),
-                                                      st.dictionaries(keys, inner, max_size=4)), max_leaves=12)
-    value = st.one_of(structures, structures.map(tied))
-    values = st.lists(value, max_size=4)
-
-    @settings(derandomize=True, database=None, deadline=None, max_examples=max(1, round(800 * SCALE)),
-              suppress_health_check=list(HealthCheck))
-    @given(st.lists(st.sampled_from(list(module_callables())), min_size=1, max_size=8),
-           st.sampled_from(sorted(standins.constructions())), st.data())
-    def calls(functions, name, data):
-        for where, function in functions:
-            judge.call(where, function, data.draw(values))
-        instance = standins.make(name)
-        operations_of, attributes = list(operations(instance)), sorted(vars(instance))
-        for _ in range(data.draw(st.integers(1, 6), label="steps")):
-            if attributes and data.draw(st.booleans(), label="set an attribute"):
-                vars(instance)[data.draw(st.sampled_from(attributes))] = data.draw(value)
-            judge.call(*data.draw(st.sampled_from(operations_of)), data.draw(values)[:3])
-
-    calls()
-
-
-def tied(value):
-    """The structure, made to hold itself."""
-    if type(value) is dict:
-        value["self"] = value
-    elif type(value) is list:
-        value.append(value)
-    else:
-        value = [value]
-        value.append((value,))
-    return value
-
-
 def main(which, patience=600):
-    # A crash shows where it happened; a call that never ends shows where it
-    # hangs, and ends the run.
+    # A crash shows where it happened; a call that never ends shows where it hangs, and ends the run.
     faulthandler.enable()
     faulthandler.dump_traceback_later(patience, exit=True)
-    # Walks of structures nested past the limit fail at the limit: a low one
-    # makes each such failure cheap.  Hypothesis needs the usual one.
-    if which != "generated":
-        sys.setrecursionlimit(300)
+    # Walks of structures nested past the limit fail at the limit: a low one makes each such failure cheap.
+    sys.setrecursionlimit(300)
     odd = hostile.odd_values(depth=sys.getrecursionlimit() + 700)
-    T._http = Pool(odd)
+    # Stands in for _http: every request answers with the next odd status and reason.
+    answers = itertools.cycle(odd)
+    T._http = types.SimpleNamespace(request=lambda method, url, **kwargs: types.SimpleNamespace(
+        status=next(answers), reason=next(answers)))
     T.CommonDriverManager.iodd = standins.Owner(T.Logger(11))
     judge = Judge()
     sys.unraisablehook = judge.unraisable

@@ -23,21 +23,17 @@ def manager_with(address, *ports):
     return manager
 
 
-def named_driver(name):
-    return type("Named", (standins.Driver,), {"driverName": classmethod(lambda cls: name)})
-
-
 # The registry call with the operand, its text, and the `%` operand of the
 # text as the registry builds it: the operand formats as given, tuples too.
 REGISTRY_CASES = [
     (lambda v: T.CommonDriverManager().getMasterDriver(v), "No master registered for %s.", lambda v: v),
-    (lambda v: manager_with(v).addActiveMasterDriver(v, None), "Active master already registered for %s.",
-     lambda v: v),
+    (lambda v: manager_with(v).addActiveMasterDriver(v, None), "Active master already registered for %s.", lambda v: v),
     (lambda v: T.CommonDriverManager()._getPort(v, 1), "Cannot access port for inactive %s.", lambda v: v),
     (lambda v: manager_with("a", 1)._getPort("a", v), "Port %s not available for %s.", lambda v: (v, "a")),
     (lambda v: manager_with(v, v).addPort(v, v, BusyPort()), "Master %s has already active port %s.", lambda v: (v, v)),
     (lambda v: manager_with(v, 1).removePort(v, 1), "Cannot remove active master %s.", lambda v: v),
-    (lambda v: T.CommonDriverManager().getBaseDriver(named_driver(v)), "No driver registered for %s.", lambda v: v),
+    (lambda v: T.CommonDriverManager().getBaseDriver(type("Drv", (), {"driverName": staticmethod(lambda: v)})),
+     "No driver registered for %s.", lambda v: v),
 ]
 
 
@@ -61,12 +57,6 @@ def test_statistics_filters_format_the_unknown_value_as_given(argument, text, na
     assert outcome(lambda: stats.clear(**{argument: [name]})) == outcome(expected)
 
 
-def prefixed_logger(prefix):
-    logger = T.Logger(3)
-    logger._prefix = prefix
-    return logger
-
-
 def raw_table(types):
     return T.ProcessDataStreamTable.isRaw.fget(mock.NonCallableMock(isDict=False, _types=types))
 
@@ -79,14 +69,12 @@ def raw_table(types):
     # key.replace(old, new) as str.replace refuses its arguments
     (lambda: T.dictReplace({"": None}, "", None), lambda: "".replace("", None)),
     (lambda: T.dictReplace({"a": 1}, None, "b"), lambda: "a".replace(None, "b")),
-    (lambda: T.dictReplace({"a b ": 1}, " ", "_", " "), lambda: {"a b ".strip(" ").replace(" ", "_"): 1}),
     # self._types[0] == "hex" on whatever _types holds
     (lambda: raw_table({}), lambda: {}[0] == "hex"),
     (lambda: raw_table("hex"), lambda: "hex"[0] == "hex"),
     # "[" + time + prefix + "] " + head + msg % args, left to right
     (lambda: T.Logger(3).log(3, 5, "100%"), lambda: "[" + "t" + "" + "] " + 5 + "100%" % ()),
-    (lambda: prefixed_logger(5).info("100%"), lambda: "[" + "t" + 5 + "] " + "INFO: " + "100%" % ()),
-    (lambda: prefixed_logger(" p").info("100%"), lambda: "[" + "t" + " p" + "] " + "INFO: " + "100%" % ()),
+    (lambda: T.Logger(3, 5).info("100%"), lambda: "[" + "t" + 5 + "] " + "INFO: " + "100%" % ()),
 ])
 def test_written_operations(module_call, written):
     assert outcome(module_call) == outcome(written)
@@ -120,7 +108,7 @@ def level_set_to(level):
     lambda: T.IOLinkException(claiming(int), claiming(object, _getErrorText=lambda code: "t")).message == "t",
     lambda: T.IOLinkException("x", claiming(int)).code.__class__ is int,
     lambda: level_set_to(claiming(int)),
-    lambda: outcome(lambda: T.StatMerge([claiming(dict, values=lambda: [])]).getStat()) == ("returned", None),
+    lambda: T.StatMerge([claiming(dict, values=lambda: [standins.filled(T.Stat())])]).getStat()["count"] == 2,
     lambda: outcome(lambda: T.Statistics([]).clear(addr=claiming(str, length=1)))[0] is KeyError,
 ])
 def test_type_tests_are_those_of_isinstance(check):

@@ -52,10 +52,6 @@ def test_sdist_builds_a_wheel_that_installs_and_passes_tests(tmp_path):
     venv.create(environment, with_pip=True)
     python = environment / "bin" / "python"
     run(python, "-m", "pip", "install", "--quiet", "--disable-pip-version-check", wheel, "pytest")
-    smoke = ("import vantrel.base.Tessarine as T; print(T.__file__); "
-             "print(T.ErrorHandler.getErrorMsg(0x8011), T.parseMseqCapability(0x31, 2, 2)['Preoperate']['type'])")
-    printed = run(python, "-c", smoke, cwd=tmp_path).splitlines()
-    assert printed[0].startswith(str(environment)) and printed[1] == "IO-Link error code 0x8011 None"
-    # A few test files that need nothing beyond the module and its dependencies.
-    run(python, "-m", "pytest", "-q", "-p", "no:cacheprovider", "test_exceptions.py", "test_mseq.py",
+    # Test files that need only the module and its dependencies, which only the fresh environment can provide.
+    run(python, "-m", "pytest", "-q", "-p", "no:cacheprovider", "test_failure.py", "test_process.py",
         "test_registry.py", "test_readme.py", cwd=source / "tests")

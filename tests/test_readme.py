@@ -10,10 +10,6 @@ README = pathlib.Path(__file__).resolve().parent.parent / "README.md"
 BLOCKS = re.findall(r"^```python\n(.*?)^```$", README.read_text(), flags=re.MULTILINE | re.DOTALL)
 
 
-def test_readme_has_a_tour():
-    assert len(BLOCKS) >= 6
-
-
 @pytest.mark.parametrize("code", BLOCKS, ids=lambda code: code.splitlines()[0].lstrip("# "))
 def test_readme_block_runs(code):
     result = run_python(code)

@@ -1,13 +1,9 @@
-"""Eight threads at once on every shared object of the module, switching as often as the interpreter lets
-them: nothing crashes or deadlocks, nothing but the interpreter's error for a dictionary that changed size
-under a walk is raised, and every count that one thread keeps alone adds up."""
-import collections
+"""Eight threads at once on every shared object, switching as often as the interpreter lets them: nothing crashes,
+deadlocks or raises but the host's error for a dict changed under a walk, and every count one thread keeps adds up."""
 import contextlib
 import io
-import itertools
 import sys
 import threading
-import time
 import types
 
 import vantrel.base.Tessarine as T
@@ -16,53 +12,31 @@ import hostile
 import standins
 from conftest import SCALE
 
+# Rounds for each thread, about a second's worth: a count, not a time box, so that no thread is starved of its
+# share and every count below is exact.  Never a multiple of four, so that some masters stay registered.
+ROUNDS = 4 * max(1, int(37 * SCALE)) + 2
 
-def traffic(shared, index, deadline):
-    """One thread: every kind of traffic, again and again, until the deadline."""
+
+def traffic(shared, index):
+    """One thread: every step of traffic, ROUNDS times."""
     driver = type(f"Driver{index}", (standins.Driver,), {"driverName": classmethod(lambda cls: cls.__name__)})
-    shared.manager.addBaseDriver(driver())
-    own, master, masters = T.Stat(), standins.Master("10.0.0.1", port=index), {}
-    new_ports, addresses = iter(range(8)), itertools.cycle(f"10.{index}.{n}.1" for n in range(4))
+    tree, manager, handler, options = shared.tree, shared.manager, shared.handler, shared.options
+    manager.addBaseDriver(driver())
+    master, masters = standins.Master("10.0.0.1", port=index), {}
 
-    def statistics():
-        shared.tree.getDevStatistics(master).receiveRepeats.add(1)
-        own.add(1)
-        shared.adds[index] += 1
-        shared.figure.add(index)
-        shared.tree.getMasterStatistics(master, master.address).discoveryAllDuration.add(0.5)
-        shared.tree.getDevStatistics(master, next(new_ports, 0), "10.9.9.9")  # the tree grows under the reports
-        repr(shared.tree), repr(shared.tree.getDevStatistics(master))
-
-    def registry():
-        address, manager = next(addresses), shared.manager
+    def toggle(address):
+        """A master of this thread's driver class with a port and a device, registered or taken apart again."""
         if masters.pop(address, None):
             manager.removeConnectedDev((address, 1))
             manager.removeActiveMasterDriver(address, True)
-            manager.removeMasterDriver(address)
-        else:
-            # Of this thread's driver class, and gone: removing it leaves the active level to the manager.
-            masters[address] = standins.Master(address)
-            masters[address].getBaseDriverType, masters[address].connected = lambda: driver, lambda: False
-            manager.addMasterDriver(address, masters[address])
-            manager.addActiveMasterDriver(address, masters[address])
-            manager.addPort(address, 1, standins.Port())
-            manager.addConnectedDev((address, 1), standins.Device(address))
-        manager.getPortDrivers(), manager.getInactiveMasterAddresses(), manager.getConnectedDevPorts()
-
-    def others():
-        shared.quiet.rw("filtered %s", index)
-        shared.printing.info("thread %s", index)
-        shared.printed[index] += 1
-        shared.handler.handleError(T.OrvaneException("failed", index), errInfo="thread")
-        shared.handler.handleError(ValueError("a", "b"))
-        shared.handler.mode, shared.handler.logLevel = "lastError", -1
-        assert T.toHex(bytes([index, 0xAB])) == f"0x{index:02X}AB" and T.dict_depth({"a": {}, "c": index}) == 2
-        assert T._dictMatlabReplace({"Größe A": {"1": index}}) == {"Groesse_A": {"subIdx_1": index}}
-        assert T.matlabConvert((1.5, [2.5], index)) == (1, [2], index)
-        assert T.parseMseqCapability(0x31, 1, 1)["Operate"]["type"] == "TYPE_2_5"
-        shared.options["drv"]["thread"] = index
-        shared.options["DRV"] = {"thread": index}
-        shared.options.copy(), shared.options.reset()
+            return manager.removeMasterDriver(address)
+        # Gone: removing it leaves the active level to the manager.
+        masters[address] = made = standins.Master(address)
+        made.getBaseDriverType, made.connected = lambda: driver, lambda: False
+        manager.addMasterDriver(address, made)
+        manager.addActiveMasterDriver(address, made)
+        manager.addPort(address, 1, standins.Port())
+        manager.addConnectedDev((address, 1), standins.Device(address))
 
     def timer():
         ticks = threading.Event()
@@ -73,31 +47,42 @@ def traffic(shared, index, deadline):
         ticking.join(60 * SCALE)
         assert not ticking.is_alive()
 
-    # A timer's thread costs more than all the other steps together.
-    for steps in itertools.cycle([(statistics, registry, others, timer)] + [(statistics, registry, others)] * 3):
-        if time.monotonic() > deadline:
-            break
-        for run in steps:
+    steps = [
+        lambda n: tree.getDevStatistics(master).receiveRepeats.add(1),  # the figure of this thread's own port
+        lambda n: tree.getMasterStatistics(master, master.address).discoveryAllDuration.add(0.5),
+        lambda n: tree.getDevStatistics(master, n % 8, "10.9.9.9"),  # the tree grows under the reports
+        lambda n: (repr(tree), repr(tree.getDevStatistics(master))),
+        lambda n: toggle(f"10.{index}.{n % 4}.1"),
+        lambda n: (manager.getPortDrivers(), manager.getInactiveMasterAddresses(), manager.getConnectedDevPorts()),
+        lambda n: shared.printing.info("thread %s", index),
+        lambda n: handler.handleError(T.OrvaneException("failed", index), errInfo="thread"),
+        lambda n: handler.handleError(ValueError("a", "b")),
+        lambda n: (setattr(handler, "mode", "lastError"), setattr(handler, "logLevel", -1)),
+        lambda n: (options["drv"].update(thread=index), options.__setitem__("DRV", {"thread": index})),
+        lambda n: (options.copy(), options.reset()),
+        lambda n: n % 4 or timer(),  # a timer's thread costs more than all the other steps together
+    ]
+    for n in range(ROUNDS):
+        for step in steps:
             try:
-                run()
+                step(n)
             except RuntimeError as error:
                 if not hostile.CHANGED_DURING_WALK.fullmatch(str(error)):
                     shared.errors.append(error)
             except Exception as error:
                 shared.errors.append(error)
-    shared.own[index], shared.registered[index] = own.count, (driver, sorted(masters))
+    shared.registered[index] = driver, sorted(masters)
 
 
 def test_eight_threads_share_everything(monkeypatch):
     monkeypatch.setattr(T.CommonDriverManager, "iodd", standins.Owner(T.Logger(11)))
     shared = types.SimpleNamespace(
-        figure=T.Stat(), tree=T.Statistics([standins.Driver]), manager=T.CommonDriverManager(), quiet=T.Logger(0),
-        printing=T.Logger(11, "p"), handler=T.ErrorHandler("lastError", T.Logger(-1)), errors=[], own={},
-        options=T.DriverOptions([standins.Driver], {"Drv": {"noZeroInit": True}}), registered={},
-        adds=collections.Counter(), printed=collections.Counter())
+        tree=T.Statistics([standins.Driver]), manager=T.CommonDriverManager(), printing=T.Logger(11, "p"),
+        handler=T.ErrorHandler("lastError", T.Logger(-1)), errors=[], registered={},
+        options=T.DriverOptions([standins.Driver], {"Drv": {"noZeroInit": True}}))
     shared.handler.maxStackLength = 50
-    interval, deadline = sys.getswitchinterval(), time.monotonic() + SCALE
-    threads = [threading.Thread(target=traffic, args=(shared, index, deadline), daemon=True) for index in range(8)]
+    interval = sys.getswitchinterval()
+    threads = [threading.Thread(target=traffic, args=(shared, index), daemon=True) for index in range(8)]
     sys.setswitchinterval(1e-6)
     try:
         with contextlib.redirect_stdout(io.StringIO()) as printed:
@@ -109,23 +94,17 @@ def test_eight_threads_share_everything(monkeypatch):
         sys.setswitchinterval(interval)
     assert not any(thread.is_alive() for thread in threads) and shared.errors == []
 
-    report = shared.tree.getStat(True)
-    ports = report["masters"]["10.0.0.1"]["ports"]
-    for index, count in shared.own.items():  # a starved thread may have counted nothing: that is no fault
-        assert count == shared.adds[index] and (not count or ports[index]["receiveRepeats"]["count"] == count)
-    assert report["receiveRepeats"]["count"] == sum(shared.adds.values())
-    assert shared.figure.getStat()["min"] == str(min(index for index, count in shared.adds.items() if count))
+    ports = shared.tree.getStat(True)["masters"]["10.0.0.1"]["ports"]
+    assert [ports[index]["receiveRepeats"]["count"] for index in range(8)] == [ROUNDS] * 8
+    assert printed.getvalue().count("p] INFO: thread ") == 8 * ROUNDS  # one line per call
+    assert len(shared.handler.getErrorList()) <= 50 and shared.handler.getLastErrorCode() in (-1, *range(8))
+    shared.options.reset()
+    assert list(shared.options) == ["Drv"]
 
     # The registry holds exactly what the threads left registered.
     manager = shared.manager
     left = {address for driver, addresses in shared.registered.values() for address in addresses}
-    assert set(manager.getMasterAddresses()) == set(manager.getActiveMasterAddresses()) == left
+    assert left and set(manager.getMasterAddresses()) == set(manager.getActiveMasterAddresses()) == left
     assert set(manager.getConnectedDevPorts()) == {(address, 1) for address in left}
-    assert len(manager.getPortDrivers()) == len(left)
-    for driver, addresses in shared.registered.values():
-        assert sorted(manager.getDriverAddresses(driver)) == addresses
-
-    assert printed.getvalue().count("p] INFO: thread ") == sum(shared.printed.values())  # one line per call
-    assert len(shared.handler.getErrorList()) <= 50 and shared.handler.getLastErrorCode() in (-1, *range(8))
-    shared.options.reset()
-    assert list(shared.options) == ["Drv"]
+    assert len(manager.getPortDrivers()) == len(left) and all(
+        sorted(manager.getDriverAddresses(driver)) == addresses for driver, addresses in shared.registered.values())

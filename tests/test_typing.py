@@ -1,6 +1,6 @@
-"""The stub beside the module tells the truth: stubtest compares every name and parameter with the running
-module, the stub binds the private names too and declares the attributes that the constructors set, and
-typed code that uses it checks strictly."""
+"""The stub beside the module tells the truth: stubtest finds no difference, the stub binds the private names
+too and declares the attributes that the constructors set, its docstrings are the module's documentation texts
+word for word (undocumented names have none), and typed code that uses it checks strictly."""
 import ast
 import inspect
 import pathlib
@@ -35,28 +35,28 @@ def test_stubtest_finds_no_difference_from_the_running_module(tmp_path):
 def test_typed_examples_and_the_stub_pass_strict_checking(tmp_path):
     # mypy reports nothing inside installed packages: a copy of the stub is checked as a module of its own.
     (tmp_path / "Tessarine.pyi").write_text(STUB.read_text())
-    mypy(tmp_path, "mypy", "--config-file", "--strict", EXAMPLES / "demo.py", EXAMPLES / "typed_usage.py", tmp_path / "Tessarine.pyi")
+    mypy(tmp_path, "mypy", "--config-file", "--strict", EXAMPLES / "demo.py", EXAMPLES / "typed_usage.py",
+         tmp_path / "Tessarine.pyi")
     done = run_python((EXAMPLES / "typed_usage.py").read_text())
     assert done.returncode == 0 and "all subsystems answered" in done.stdout, done.stderr
 
 
 def bound(body):
-    """Names that a body of the stub binds (re-exported imports included), and the instance attributes
-    that it declares."""
-    names, attributes = set(), set()
+    """Names a body of the stub binds, in order (re-exported imports in, type-checker-only ones out), and the
+    attributes it declares."""
+    names, attributes = {}, set()
     for node in body:
         if isinstance(node, (ast.FunctionDef, ast.ClassDef)):
-            if not any(getattr(d, "id", None) == "type_check_only" for d in node.decorator_list):
-                names.add(node.name)
-        elif isinstance(node, ast.AnnAssign):
-            names.add(node.target.id)
+            if "type_check_only" not in map(ast.unparse, node.decorator_list):
+                names[node.name] = None
+        elif isinstance(node, ast.AnnAssign) and ast.unparse(node.annotation) != "TypeAlias":
+            names[node.target.id] = None
             if "ClassVar" not in ast.unparse(node.annotation):
                 attributes.add(node.target.id)
-        elif isinstance(node, ast.Assign):
-            names.update(target.id for target in node.targets)
         elif isinstance(node, (ast.Import, ast.ImportFrom)):
-            names.update(alias.asname for alias in node.names if alias.asname == alias.name.rpartition(".")[2])
-    return names, attributes
+            names.update(dict.fromkeys(alias.asname for alias in node.names
+                                       if alias.asname == alias.name.rpartition(".")[2]))
+    return names.keys(), attributes
 
 
 STUB_TREE = ast.parse(STUB.read_text())
@@ -70,6 +70,8 @@ DUNDERS = {"__name__", "__doc__", "__package__", "__loader__", "__spec__", "__fi
 def test_stub_binds_every_name_of_the_module_and_its_classes(name):
     runtime, stub = (vars(T), bound(STUB_TREE.body)) if name is None else (vars(getattr(T, name)), STUB_CLASSES[name])
     assert set(runtime) - DUNDERS - stub[0] == set()
+    # The module binds all that its stub binds, the imported modules too, and in the same order.
+    assert name or [binding for binding in runtime if binding not in DUNDERS] == list(stub[0])
 
 
 SPECIAL = {"MasterException": ("10.0.0.1", b"\x01"), "MasterMalfunctionException": (standins.Master(),),
@@ -81,7 +83,8 @@ def instance_of(name):
     cls = getattr(T, name)
     if not issubclass(cls, BaseException):
         return standins.make(name)
-    return cls(*SPECIAL.get(name, ["m"] * sum(p.default is p.empty for p in inspect.signature(cls).parameters.values())))
+    required = sum(p.default is p.empty for p in inspect.signature(cls).parameters.values())
+    return cls(*SPECIAL.get(name, ["m"] * required))
 
 
 @pytest.mark.parametrize("name", CLASSES)
@@ -93,3 +96,36 @@ def test_stub_declares_the_attributes_that_constructors_set(name):
         assert declared <= set(vars(instance))  # the rest belongs to the base class, whose own stubs describe it
     else:
         assert declared == set(vars(instance))
+
+
+def stub_texts():
+    """Name -> docstring or None of each function, class, method, property and setter of the stub."""
+    texts = {}
+    for node in STUB_TREE.body:
+        if not isinstance(node, (ast.FunctionDef, ast.ClassDef)) or any(
+                getattr(d, "id", None) == "type_check_only" for d in node.decorator_list):
+            continue
+        members = node.body if isinstance(node, ast.ClassDef) else []
+        named = [(node, node.name)] + [(m, f"{node.name}.{m.name}") for m in members if isinstance(m, ast.FunctionDef)]
+        for item, name in named:
+            setter = ".fset" * any(getattr(d, "attr", None) == "setter" for d in item.decorator_list)
+            text, indent = ast.get_docstring(item, clean=False), "\n" + " " * item.body[0].col_offset
+            # Of overloads, the first carries the text; the stub's own indentation is no part of it.
+            texts.setdefault(name + setter, text and text.replace(indent, "\n"))
+    return texts
+
+
+def runtime(name):
+    """The module's function, class, method, property or setter of that name."""
+    owner, _, member = name.removesuffix(".fset").rpartition(".")
+    item = vars(getattr(T, owner))[member] if owner else getattr(T, member)
+    item = getattr(item, "__func__", item)
+    return item.fset if name.endswith(".fset") else item
+
+
+TEXTS = stub_texts()
+
+
+@pytest.mark.parametrize("name", TEXTS)
+def test_documentation_text(name):
+    assert runtime(name).__doc__ == TEXTS[name]
