@@ -6,8 +6,9 @@
 # shapes of the reports it returns.  Import them under TYPE_CHECKING.
 #
 # The docstrings are the module's own documentation texts, word for word;
-# what has none here has none there.  The names of the module stand in the
-# order the module binds them (tests/test_typing.py compares both).
+# what has none here has none there (tests/test_frame.py compares them).
+# The names of the module stand in the order the module binds them
+# (tests/test_typing.py compares it).
 import builtins
 import importlib.metadata
 import urllib3.util

@@ -1,8 +1,10 @@
-"""How every operation of the module takes its arguments, binds and fails.  (That module names are looked up
+"""How every operation of the module takes its arguments, binds, fails and is documented.  (That module names are looked up
 at each call, and properties remade in place answer at once, test_fast_roads.py shows against the baseline.)"""
+import ast
 import builtins
 import copy
 import inspect
+import pathlib
 import pickle
 import traceback
 
@@ -72,3 +74,40 @@ def test_every_function_has_a_signature_with_its_very_defaults():
     default_logger = inspect.signature(T.ErrorHandler).parameters["logger"].default
     assert type(default_logger) is T.Logger and T.ErrorHandler()._logger is default_logger
     assert T.toHex.__defaults__ == ("0x",) and T.equals.__defaults__ is None and T.toHex.__kwdefaults__ is None
+
+
+STUB = pathlib.Path(T.__file__).with_name("Tessarine.pyi")
+
+
+def stub_texts():
+    """Name -> docstring or None of each function, class, method, property and setter of the stub: the
+    module's documentation texts, word for word."""
+    texts = {}
+    for node in ast.parse(STUB.read_text()).body:
+        if not isinstance(node, (ast.FunctionDef, ast.ClassDef)) or any(
+                getattr(d, "id", None) == "type_check_only" for d in node.decorator_list):
+            continue
+        members = node.body if isinstance(node, ast.ClassDef) else []
+        named = [(node, node.name)] + [(m, f"{node.name}.{m.name}") for m in members if isinstance(m, ast.FunctionDef)]
+        for item, name in named:
+            setter = ".fset" * any(getattr(d, "attr", None) == "setter" for d in item.decorator_list)
+            text, indent = ast.get_docstring(item, clean=False), "\n" + " " * item.body[0].col_offset
+            # Of overloads, the first carries the text; the stub's own indentation is no part of it.
+            texts.setdefault(name + setter, text and text.replace(indent, "\n"))
+    return texts
+
+
+def runtime(name):
+    """The module's function, class, method, property or setter of that name."""
+    owner, _, member = name.removesuffix(".fset").rpartition(".")
+    item = vars(getattr(T, owner))[member] if owner else getattr(T, member)
+    item = getattr(item, "__func__", item)
+    return item.fset if name.endswith(".fset") else item
+
+
+TEXTS = stub_texts()
+
+
+@pytest.mark.parametrize("name", TEXTS)
+def test_documentation_text(name):
+    assert runtime(name).__doc__ == TEXTS[name]

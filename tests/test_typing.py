@@ -1,6 +1,5 @@
 """The stub beside the module tells the truth: stubtest finds no difference, the stub binds the private names
-too and declares the attributes that the constructors set, its docstrings are the module's documentation texts
-word for word (undocumented names have none), and typed code that uses it checks strictly."""
+too and declares the attributes that the constructors set, and typed code that uses it checks strictly."""
 import ast
 import inspect
 import pathlib
@@ -96,36 +95,3 @@ def test_stub_declares_the_attributes_that_constructors_set(name):
         assert declared <= set(vars(instance))  # the rest belongs to the base class, whose own stubs describe it
     else:
         assert declared == set(vars(instance))
-
-
-def stub_texts():
-    """Name -> docstring or None of each function, class, method, property and setter of the stub."""
-    texts = {}
-    for node in STUB_TREE.body:
-        if not isinstance(node, (ast.FunctionDef, ast.ClassDef)) or any(
-                getattr(d, "id", None) == "type_check_only" for d in node.decorator_list):
-            continue
-        members = node.body if isinstance(node, ast.ClassDef) else []
-        named = [(node, node.name)] + [(m, f"{node.name}.{m.name}") for m in members if isinstance(m, ast.FunctionDef)]
-        for item, name in named:
-            setter = ".fset" * any(getattr(d, "attr", None) == "setter" for d in item.decorator_list)
-            text, indent = ast.get_docstring(item, clean=False), "\n" + " " * item.body[0].col_offset
-            # Of overloads, the first carries the text; the stub's own indentation is no part of it.
-            texts.setdefault(name + setter, text and text.replace(indent, "\n"))
-    return texts
-
-
-def runtime(name):
-    """The module's function, class, method, property or setter of that name."""
-    owner, _, member = name.removesuffix(".fset").rpartition(".")
-    item = vars(getattr(T, owner))[member] if owner else getattr(T, member)
-    item = getattr(item, "__func__", item)
-    return item.fset if name.endswith(".fset") else item
-
-
-TEXTS = stub_texts()
-
-
-@pytest.mark.parametrize("name", TEXTS)
-def test_documentation_text(name):
-    assert runtime(name).__doc__ == TEXTS[name]
