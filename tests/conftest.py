@@ -1,5 +1,7 @@
+import ast
 import datetime
 import os
+import pathlib
 import subprocess
 import sys
 import types
@@ -7,6 +9,10 @@ import types
 import pytest
 
 import vantrel.base.Tessarine as Tessarine
+
+# The stub shipped beside the module, as a tree: its names, bases and docstrings are the module's.
+STUB = pathlib.Path(Tessarine.__file__).with_name("Tessarine.pyi")
+STUB_TREE = ast.parse(STUB.read_text())
 
 
 def pytest_configure(config):

@@ -1,18 +1,16 @@
 """The exception tree, the logger and the error handler."""
 import ast
-import pathlib
 import types
 
 import pytest
 
 import vantrel.base.Tessarine as T
-from conftest import outcome
+from conftest import STUB_TREE, outcome
 from standins import Master, Recorder
 
 
 def test_tree_is_the_one_the_stub_declares():
-    stub = ast.parse(pathlib.Path(T.__file__).with_name("Tessarine.pyi").read_text())
-    tree = {node.name: [ast.unparse(base) for base in node.bases] for node in stub.body
+    tree = {node.name: [ast.unparse(base) for base in node.bases] for node in STUB_TREE.body
             if isinstance(node, ast.ClassDef) and issubclass(getattr(T, node.name, type), BaseException)}
     assert len(tree) == 30 and {name: [base.__name__ for base in getattr(T, name).__bases__] for name in tree} == tree
 

@@ -4,7 +4,6 @@ import ast
 import builtins
 import copy
 import inspect
-import pathlib
 import pickle
 import traceback
 
@@ -13,7 +12,7 @@ import pytest
 import vantrel.base.Tessarine as T
 
 import sweep
-from conftest import outcome
+from conftest import STUB_TREE, outcome
 
 
 @pytest.mark.parametrize("call, text", [
@@ -76,14 +75,11 @@ def test_every_function_has_a_signature_with_its_very_defaults():
     assert T.toHex.__defaults__ == ("0x",) and T.equals.__defaults__ is None and T.toHex.__kwdefaults__ is None
 
 
-STUB = pathlib.Path(T.__file__).with_name("Tessarine.pyi")
-
-
 def stub_texts():
     """Name -> docstring or None of each function, class, method, property and setter of the stub: the
     module's documentation texts, word for word."""
     texts = {}
-    for node in ast.parse(STUB.read_text()).body:
+    for node in STUB_TREE.body:
         if not isinstance(node, (ast.FunctionDef, ast.ClassDef)) or any(
                 getattr(d, "id", None) == "type_check_only" for d in node.decorator_list):
             continue

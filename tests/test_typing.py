@@ -10,12 +10,11 @@ import pytest
 
 import vantrel.base.Tessarine as T
 import standins
-from conftest import run_python
+from conftest import STUB, STUB_TREE, run_python
 
 pytestmark = pytest.mark.whole_package
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[1] / "examples"
-STUB = pathlib.Path(T.__file__).with_name("Tessarine.pyi")
 CLASSES = [name for name, value in vars(T).items() if isinstance(value, type) and value.__module__ == T.__name__]
 
 
@@ -58,7 +57,6 @@ def bound(body):
     return names.keys(), attributes
 
 
-STUB_TREE = ast.parse(STUB.read_text())
 STUB_CLASSES = {node.name: bound(node.body) for node in STUB_TREE.body if isinstance(node, ast.ClassDef)}
 # copyreg caches __slotnames__ on a class at its first copy.
 DUNDERS = {"__name__", "__doc__", "__package__", "__loader__", "__spec__", "__file__", "__module__", "__dict__",
