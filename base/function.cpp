@@ -399,7 +399,6 @@ void ready_function_type()
         detail::function_type = reinterpret_cast<PyTypeObject*>(Ref::steal(PyType_FromSpec(&function_spec)).release());
 }
 
-
 void add_function_traceback(PyObject* function) noexcept
 {
     Code& code = *reinterpret_cast<FunctionObject*>(function)->code;
@@ -409,6 +408,23 @@ void add_function_traceback(PyObject* function) noexcept
 PyObject* call_function(PyObject* function, PyObject* const* arguments, std::size_t count) noexcept
 {
     return FunctionObject::call(function, arguments, count, nullptr);
+}
+
+// The module's own functions are called straight through their entry: the
+// detour through PyObject_Vectorcall would only fetch the thread state to
+// re-check a result that they always leave consistent.
+Ref call(Borrowed callable, std::initializer_list<Borrowed> args)
+{
+    // Borrowed is layout-compatible with PyObject*; one slot in front lets the
+    // callee prepend `self` without copying (PY_VECTORCALL_ARGUMENTS_OFFSET).
+    SmallVector<PyObject*, 8> stack(args.size() + 1);
+    std::size_t index = 1;
+    for (Borrowed arg : args)
+        stack[index++] = arg.get();
+    const std::size_t nargsf = args.size() | PY_VECTORCALL_ARGUMENTS_OFFSET;
+    if (is_function(callable))
+        return Ref::steal(FunctionObject::call(callable, stack.data() + 1, nargsf, nullptr));
+    return Ref::steal(PyObject_Vectorcall(callable, stack.data() + 1, nargsf, nullptr));
 }
 
 Ref make_function(const FunctionDef& def, std::string_view qualname_prefix)

@@ -49,18 +49,6 @@ bool hasattr(Borrowed object, Borrowed name)
     return check(PyObject_HasAttrWithError(object, name)) != 0;
 }
 
-Ref call(Borrowed callable, std::initializer_list<Borrowed> args)
-{
-    // Borrowed is layout-compatible with PyObject*; one slot in front lets the
-    // callee prepend `self` without copying (PY_VECTORCALL_ARGUMENTS_OFFSET).
-    SmallVector<PyObject*, 8> stack(args.size() + 1);
-    std::size_t index = 1;
-    for (Borrowed arg : args)
-        stack[index++] = arg.get();
-    return Ref::steal(PyObject_Vectorcall(callable, stack.data() + 1, args.size() | PY_VECTORCALL_ARGUMENTS_OFFSET,
-                                          nullptr));
-}
-
 Ref call(Borrowed callable, std::span<PyObject* const> args, Borrowed kwnames)
 {
     Py_ssize_t positional = static_cast<Py_ssize_t>(args.size());
