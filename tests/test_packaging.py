@@ -27,10 +27,11 @@ def run(*command, cwd=None):
 
 @pytest.mark.package_index
 def test_sdist_builds_a_wheel_that_installs_and_passes_tests(tmp_path):
-    # Whether pip reaches its default package index, with every local folder and setting left out.
+    # Whether pip reaches its default package index, with every local folder and setting left out but the
+    # certificates it is told to trust.
     probe = subprocess.run([sys.executable, "-m", "pip", "index", "versions", "scikit-build-core", "--retries", "0",
                             "--timeout", "20", "--disable-pip-version-check"], capture_output=True, timeout=120,
-                           env={**{k: v for k, v in os.environ.items() if not k.startswith("PIP_")},
+                           env={**{k: v for k, v in os.environ.items() if not k.startswith("PIP_") or k == "PIP_CERT"},
                                 "PIP_CONFIG_FILE": os.devnull})
     if probe.returncode:
         pytest.skip("the package index is out of reach: a fresh environment cannot get the build tools")
