@@ -50,20 +50,33 @@ inline Ref descriptor_value(PyObject* held, Borrowed object)
     return Ref::steal(Py_TYPE(held)->tp_descr_get(descriptor, object, owner));
 }
 
+// The instance's own value that the site finds (borrowed), or NULL.
+inline PyObject* instance_value(const AttributeSite& site, PyObject* object) noexcept
+{
+    if (site.road != road::instance_value || site.index < 0)
+        return nullptr;
+    interpreter::DictValues* values = interpreter::inline_values(object);
+    return values->valid ? values->values[site.index] : nullptr;
+}
+
 // object.name
 inline Ref getattr(Borrowed object, const Name& name)
 {
     if (AttributeSite* site = name.sites().find(Py_TYPE(object.get()))) {
-        if (site->road == road::instance_value && site->index >= 0) {
-            interpreter::DictValues* values = interpreter::inline_values(object);
-            if (values->valid)
-                if (PyObject* value = values->values[site->index])
-                    return Ref::borrow(value);
-        } else if (site->road == road::data_descriptor) {
+        if (PyObject* value = instance_value(*site, object))
+            return Ref::borrow(value);
+        if (site->road == road::data_descriptor)
             return descriptor_value(site->held, object);
-        }
     }
     return getattr_judged(object, name);
+}
+
+// object.name (borrowed) where the instance holds it among its own values,
+// so reading it runs no code; NULL wherever only the general road can tell.
+inline PyObject* stored_in_place(Borrowed object, const Name& name) noexcept
+{
+    AttributeSite* site = name.sites().find(Py_TYPE(object.get()));
+    return site ? instance_value(*site, object) : nullptr;
 }
 
 // object.name = value
@@ -134,6 +147,7 @@ void check_instance_layout();
 #else
 
 inline Ref getattr(Borrowed object, const Name& name) { return Ref::steal(PyObject_GetAttr(object, name)); }
+inline PyObject* stored_in_place(Borrowed, const Name&) noexcept { return nullptr; }
 inline void setattr(Borrowed object, const Name& name, Borrowed value)
 {
     check(PyObject_SetAttr(object, name, value));

@@ -115,15 +115,21 @@ inline Py_ssize_t length(Borrowed object)
     return size;
 }
 inline Ref item(Borrowed object, Borrowed key) { return Ref::steal(PyObject_GetItem(object, key)); }
-// `sequence[index]`; tuples and lists within bounds answer as their
-// subscript would, without the int object.
+// `sequence[index]` (borrowed) where a tuple or list within bounds answers
+// it, as its subscript would, without running any code; NULL elsewhere.
+inline PyObject* item_in_place(PyObject* object, Py_ssize_t index) noexcept
+{
+    if (PyTuple_CheckExact(object) && index >= 0 && index < PyTuple_GET_SIZE(object))
+        return PyTuple_GET_ITEM(object, index);
+    if (PyList_CheckExact(object) && index >= 0 && index < PyList_GET_SIZE(object))
+        return PyList_GET_ITEM(object, index);
+    return nullptr;
+}
+// `sequence[index]`
 inline Ref item_at(Borrowed sequence, Py_ssize_t index)
 {
-    PyObject* object = sequence.get();
-    if (PyTuple_CheckExact(object) && index >= 0 && index < PyTuple_GET_SIZE(object))
-        return Ref::borrow(PyTuple_GET_ITEM(object, index));
-    if (PyList_CheckExact(object) && index >= 0 && index < PyList_GET_SIZE(object))
-        return Ref::borrow(PyList_GET_ITEM(object, index));
+    if (PyObject* found = item_in_place(sequence, index))
+        return Ref::borrow(found);
     return item(sequence, integer(index));
 }
 // `item in container`

@@ -7,8 +7,22 @@
 
 namespace tess {
 
+namespace {
+
+// self.<stored>[position] (borrowed) where reading it runs no code; NULL
+// where only the general road can tell.
+PyObject* field_in_place(Borrowed self, const FieldView& view) noexcept
+{
+    PyObject* stored = stored_in_place(self, view.stored);
+    return stored && view.position >= 0 ? item_in_place(stored, view.position) : stored;
+}
+
+}  // namespace
+
 Ref read_field(Borrowed self, const FieldView& view)
 {
+    if (PyObject* found = field_in_place(self, view))
+        return Ref::borrow(found);
     Ref stored = getattr(self, view.stored);
     return view.position < 0 ? stored : item_at(stored, view.position);
 }
@@ -55,8 +69,13 @@ int property_init(PyObject* self, PyObject* args, PyObject* kwargs)
 // would, with one level of recursion taken and its traceback entry added.
 PyObject* read_in_place(PyObject* getter, PyObject* instance, const FieldView& view) noexcept
 {
+    Ref held;
     try {
         RecursionGuard level;
+        if (PyObject* found = field_in_place(instance, view))
+            return Py_NewRef(found);
+        // Code may run from here on, and re-make this property, dropping the getter.
+        held = Ref::borrow(getter);
         return read_field(instance, view).release();
     } catch (const PythonError&) {
     } catch (const std::bad_alloc&) {
@@ -71,10 +90,10 @@ PyObject* property_get(PyObject* self, PyObject* instance, PyObject* owner)
     const Extra& own = *extra(self);
     if (!own.getter || !instance || instance == Py_None)
         return base()->tp_descr_get(self, instance, owner);
+    if (own.view)
+        return read_in_place(own.getter, instance, *own.view);
     // Held while it runs: the getter may re-make this property and drop it.
     Ref getter = Ref::borrow(own.getter);
-    if (own.view)
-        return read_in_place(getter, instance, *own.view);
     return call_function(getter, &instance, 1);
 }
 
