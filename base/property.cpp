@@ -17,14 +17,20 @@ PyObject* field_in_place(Borrowed self, const FieldView& view) noexcept
     return stored && view.position >= 0 ? item_in_place(stored, view.position) : stored;
 }
 
+// self.<stored>[position] by the general road: code may run.
+Ref read_field_generally(Borrowed self, const FieldView& view)
+{
+    Ref stored = getattr(self, view.stored);
+    return view.position < 0 ? stored : item_at(stored, view.position);
+}
+
 }  // namespace
 
 Ref read_field(Borrowed self, const FieldView& view)
 {
     if (PyObject* found = field_in_place(self, view))
         return Ref::borrow(found);
-    Ref stored = getattr(self, view.stored);
-    return view.position < 0 ? stored : item_at(stored, view.position);
+    return read_field_generally(self, view);
 }
 
 namespace {
@@ -76,7 +82,7 @@ PyObject* read_in_place(PyObject* getter, PyObject* instance, const FieldView& v
             return Py_NewRef(found);
         // Code may run from here on, and re-make this property, dropping the getter.
         held = Ref::borrow(getter);
-        return read_field(instance, view).release();
+        return read_field_generally(instance, view).release();
     } catch (const PythonError&) {
     } catch (const std::bad_alloc&) {
         PyErr_NoMemory();
